@@ -17,9 +17,15 @@ double solve(double t, double p1x, double p1y, double p2x, double p2y) {
     const double cy = 3 * p1y;
     const double by = 3 * (p2y - p1y) - cy;
     const double ay = 1 - cy - by;
-    auto x = [&](double s) { return s * (cx + s * (bx + ax * s)); };
-    auto dx = [&](double s) { return cx + s * (2 * bx + 3 * ax * s); };
-    auto y = [&](double s) { return s * (cy + s * (by + ay * s)); };
+    auto x = [&](double s) {
+        return s * (cx + s * (bx + ax * s));
+    };
+    auto dx = [&](double s) {
+        return cx + s * (2 * bx + 3 * ax * s);
+    };
+    auto y = [&](double s) {
+        return s * (cy + s * (by + ay * s));
+    };
 
     double s = t;
     for (int round = 0; round < newtonRounds; ++round) {

@@ -47,7 +47,11 @@ void fromJson(const JsonIn& in, EasingCurve& out) {
 
 QJsonValue toJson(const EasingCurve& value) {
     JsonObjectOut o;
-    o.set("kind", value.kind).set("p1x", value.p1x).set("p1y", value.p1y).set("p2x", value.p2x).set("p2y", value.p2y);
+    o.set("kind", value.kind)
+        .set("p1x", value.p1x)
+        .set("p1y", value.p1y)
+        .set("p2x", value.p2x)
+        .set("p2y", value.p2y);
     return o.take();
 }
 

@@ -36,12 +36,14 @@ struct EasingCurve {
 
 constexpr auto enumEntries(EasingCurve::Kind) {
     using K = EasingCurve::Kind;
-    return std::array{EnumEntry<K>{K::linear, "linear"},         EnumEntry<K>{K::easeIn, "easeIn"},
-                      EnumEntry<K>{K::easeOut, "easeOut"},       EnumEntry<K>{K::easeInOut, "easeInOut"},
-                      EnumEntry<K>{K::cinematic, "cinematic"},   EnumEntry<K>{K::smoothStep, "smoothStep"},
-                      EnumEntry<K>{K::spring, "spring"},         EnumEntry<K>{K::bezier, "bezier"}};
+    return std::array{EnumEntry<K>{K::linear, "linear"},       EnumEntry<K>{K::easeIn, "easeIn"},
+                      EnumEntry<K>{K::easeOut, "easeOut"},     EnumEntry<K>{K::easeInOut, "easeInOut"},
+                      EnumEntry<K>{K::cinematic, "cinematic"}, EnumEntry<K>{K::smoothStep, "smoothStep"},
+                      EnumEntry<K>{K::spring, "spring"},       EnumEntry<K>{K::bezier, "bezier"}};
 }
-constexpr std::string_view enumTypeName(EasingCurve::Kind) { return "EasingCurve.Kind"; }
+constexpr std::string_view enumTypeName(EasingCurve::Kind) {
+    return "EasingCurve.Kind";
+}
 
 void fromJson(const JsonIn& in, EasingCurve& out);
 QJsonValue toJson(const EasingCurve& value);

@@ -30,7 +30,9 @@ struct Rect {
     double width = 0;
     double height = 0;
 
-    static Rect fromOriginSize(Point origin, Size size) { return {origin.x, origin.y, size.width, size.height}; }
+    static Rect fromOriginSize(Point origin, Size size) {
+        return {origin.x, origin.y, size.width, size.height};
+    }
 
     double minX() const { return x; }
     double minY() const { return y; }
@@ -61,7 +63,9 @@ struct Rect {
     bool operator==(const Rect&) const = default;
 
 private:
-    static Rect centered(Size s, Point on) { return {on.x - s.width * 0.5, on.y - s.height * 0.5, s.width, s.height}; }
+    static Rect centered(Size s, Point on) {
+        return {on.x - s.width * 0.5, on.y - s.height * 0.5, s.width, s.height};
+    }
 };
 
 // A point as fractions of some reference rectangle, origin at its minimum corner.

@@ -52,7 +52,9 @@ void JsonError::prependIndex(qsizetype index) {
     static_cast<std::runtime_error&>(*this) = std::runtime_error(description().toStdString());
 }
 
-void JsonIn::fail(const QString& message) const { throw JsonError(m_path.toString(), message); }
+void JsonIn::fail(const QString& message) const {
+    throw JsonError(m_path.toString(), message);
+}
 
 void failUnknownCase(const JsonIn& in, std::string_view typeName, const QString& name) {
     in.fail(QStringLiteral("unknown case \"%1\" of %2")
@@ -126,20 +128,37 @@ void fromJson(const JsonIn& in, Size& out) {
 
 QJsonValue toJson(double value) {
     if (!std::isfinite(value))
-        throw JsonError(QString(), QStringLiteral("cannot write the non-finite number %1 in JSON").arg(value));
+        throw JsonError(QString(),
+                        QStringLiteral("cannot write the non-finite number %1 in JSON").arg(value));
     return value;
 }
 
-QJsonValue toJson(int value) { return qint64(value); }
-QJsonValue toJson(bool value) { return value; }
-QJsonValue toJson(const QString& value) { return value; }
-QJsonValue toJson(const QUuid& value) { return uuidString(value); }
-QJsonValue toJson(const QDateTime& value) { return isoDateString(value); }
-QJsonValue toJson(const QByteArray& value) { return QString::fromLatin1(value.toBase64()); }
+QJsonValue toJson(int value) {
+    return qint64(value);
+}
+QJsonValue toJson(bool value) {
+    return value;
+}
+QJsonValue toJson(const QString& value) {
+    return value;
+}
+QJsonValue toJson(const QUuid& value) {
+    return uuidString(value);
+}
+QJsonValue toJson(const QDateTime& value) {
+    return isoDateString(value);
+}
+QJsonValue toJson(const QByteArray& value) {
+    return QString::fromLatin1(value.toBase64());
+}
 
-QJsonValue toJson(const Size& value) { return QJsonArray{toJson(value.width), toJson(value.height)}; }
+QJsonValue toJson(const Size& value) {
+    return QJsonArray{toJson(value.width), toJson(value.height)};
+}
 
-QString uuidString(const QUuid& id) { return id.toString(QUuid::WithoutBraces).toUpper(); }
+QString uuidString(const QUuid& id) {
+    return id.toString(QUuid::WithoutBraces).toUpper();
+}
 
 std::optional<QUuid> parseUuid(QStringView text) {
     // Only the bare canonical 8-4-4-4-12 form, in either case; no braces, no URN prefix.
@@ -150,7 +169,8 @@ std::optional<QUuid> parseUuid(QStringView text) {
         if (i == 8 || i == 13 || i == 18 || i == 23) {
             if (c != u'-')
                 return std::nullopt;
-        } else if (!(c.isDigit() && c.unicode() < 128) && !(c >= u'a' && c <= u'f') && !(c >= u'A' && c <= u'F')) {
+        } else if (!(c.isDigit() && c.unicode() < 128) && !(c >= u'a' && c <= u'f') &&
+                   !(c >= u'A' && c <= u'F')) {
             return std::nullopt;
         }
     }
@@ -164,8 +184,8 @@ QString isoDateString(const QDateTime& date) {
     const QDateTime utc = date.toUTC();
     const QDate d = utc.date();
     const QTime t = utc.time();
-    return QString::asprintf("%04d-%02d-%02dT%02d:%02d:%02dZ", d.year(), d.month(), d.day(), t.hour(), t.minute(),
-                             t.second());
+    return QString::asprintf("%04d-%02d-%02dT%02d:%02d:%02dZ", d.year(), d.month(), d.day(), t.hour(),
+                             t.minute(), t.second());
 }
 
 std::optional<QDateTime> parseIsoDate(QStringView text) {
@@ -182,7 +202,9 @@ std::optional<QDateTime> parseIsoDate(QStringView text) {
         }
         return true;
     };
-    auto at = [&](qsizetype i, char16_t c) { return i < text.size() && text[i].unicode() == c; };
+    auto at = [&](qsizetype i, char16_t c) {
+        return i < text.size() && text[i].unicode() == c;
+    };
     int year, month, day, hour, minute, second;
     if (!digits(0, 4, year) || !at(4, '-') || !digits(5, 2, month) || !at(7, '-') || !digits(8, 2, day) ||
         !at(10, 'T') || !digits(11, 2, hour) || !at(13, ':') || !digits(14, 2, minute) || !at(16, ':') ||
@@ -208,13 +230,15 @@ std::optional<QDateTime> parseIsoDate(QStringView text) {
 
 // ---- records and tagged unions ---------------------------------------------------------------------
 
-JsonObjectIn::JsonObjectIn(const JsonIn& in) : m_path(in.path()) {
+JsonObjectIn::JsonObjectIn(const JsonIn& in)
+    : m_path(in.path()) {
     if (!in.value().isObject())
         in.fail("expected an object");
     m_object = in.value().toObject();
 }
 
-JsonTaggedIn::JsonTaggedIn(const JsonIn& in) : m_in(in) {
+JsonTaggedIn::JsonTaggedIn(const JsonIn& in)
+    : m_in(in) {
     if (!in.value().isObject())
         in.fail("expected an object");
     const QJsonObject object = in.value().toObject();
@@ -226,7 +250,9 @@ JsonTaggedIn::JsonTaggedIn(const JsonIn& in) : m_in(in) {
     m_payload = object.begin().value();
 }
 
-JsonObjectIn JsonTaggedIn::payload() const { return JsonObjectIn(JsonIn(m_payload, m_payloadPath)); }
+JsonObjectIn JsonTaggedIn::payload() const {
+    return JsonObjectIn(JsonIn(m_payload, m_payloadPath));
+}
 
 void JsonTaggedIn::failUnknownCase(std::string_view typeName) const {
     orvane::failUnknownCase(m_in, typeName, m_name);
@@ -248,10 +274,11 @@ QJsonValue readJsonDocument(const QByteArray& bytes) {
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
     if (error.error != QJsonParseError::NoError)
-        throw JsonError(QString(), QStringLiteral("The data couldn't be read because it isn't in the correct format "
-                                                  "(%1 at offset %2).")
-                                       .arg(error.errorString())
-                                       .arg(error.offset));
+        throw JsonError(QString(),
+                        QStringLiteral("The data couldn't be read because it isn't in the correct format "
+                                       "(%1 at offset %2).")
+                            .arg(error.errorString())
+                            .arg(error.offset));
     if (document.isArray())
         return document.array();
     return document.object();

@@ -36,8 +36,12 @@ namespace orvane {
 class JsonPath {
 public:
     JsonPath() = default;
-    JsonPath(const JsonPath* parent, QUtf8StringView key) : m_parent(parent), m_key(key) {}
-    JsonPath(const JsonPath* parent, qsizetype index) : m_parent(parent), m_index(index) {}
+    JsonPath(const JsonPath* parent, QUtf8StringView key)
+        : m_parent(parent)
+        , m_key(key) {}
+    JsonPath(const JsonPath* parent, qsizetype index)
+        : m_parent(parent)
+        , m_index(index) {}
 
     QString toString() const;
 
@@ -73,7 +77,9 @@ inline constexpr const char* invalidKeyCount = "Invalid number of keys found, ex
 // One value being decoded, with its place in the document.
 class JsonIn {
 public:
-    JsonIn(QJsonValue value, const JsonPath& path) : m_value(std::move(value)), m_path(path) {}
+    JsonIn(QJsonValue value, const JsonPath& path)
+        : m_value(std::move(value))
+        , m_path(path) {}
 
     const QJsonValue& value() const { return m_value; }
     const JsonPath& path() const { return m_path; }
@@ -155,7 +161,7 @@ struct EnumEntry {
 
 template <class E>
 concept JsonEnum = std::is_enum_v<E> && requires(E e) {
-    { enumEntries(e) };
+    {enumEntries(e)};
     { enumTypeName(e) } -> std::convertible_to<std::string_view>;
 };
 

@@ -29,7 +29,8 @@ struct KeyframeTrack {
     std::vector<Keyframe<Value>> keyframes;
 
     KeyframeTrack() = default;
-    explicit KeyframeTrack(std::vector<Keyframe<Value>> list) : keyframes(std::move(list)) {
+    explicit KeyframeTrack(std::vector<Keyframe<Value>> list)
+        : keyframes(std::move(list)) {
         std::stable_sort(keyframes.begin(), keyframes.end(),
                          [](const Keyframe<Value>& a, const Keyframe<Value>& b) { return a.time < b.time; });
     }

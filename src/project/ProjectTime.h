@@ -31,8 +31,10 @@ struct ProjectTime {
     static constexpr std::int32_t mediaTimescale = 600;
 
     constexpr ProjectTime() = default;
-    constexpr explicit ProjectTime(double s) : seconds(s) {}
-    explicit ProjectTime(const MediaTime& t) : seconds(t.seconds()) {}
+    constexpr explicit ProjectTime(double s)
+        : seconds(s) {}
+    explicit ProjectTime(const MediaTime& t)
+        : seconds(t.seconds()) {}
 
     static constexpr ProjectTime zero() { return ProjectTime(); }
 

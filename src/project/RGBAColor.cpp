@@ -34,7 +34,9 @@ std::optional<RGBAColor> RGBAColor::fromHex(QStringView hex) {
     }
     if (scanned == 0)
         return std::nullopt;
-    auto channel = [](std::uint32_t v, int shift) { return double((v >> shift) & 0xFF) / 255.0; };
+    auto channel = [](std::uint32_t v, int shift) {
+        return double((v >> shift) & 0xFF) / 255.0;
+    };
     if (hex.size() == 6)
         return RGBAColor{channel(value, 16), channel(value, 8), channel(value, 0), 1.0};
     return RGBAColor{channel(value, 24), channel(value, 16), channel(value, 8), channel(value, 0)};

@@ -125,7 +125,8 @@ std::string decodeError(const char* json) {
 
 TEST(PrimitiveJson, FormsAndRoundTrips) {
     EXPECT_EQ(toJson(ProjectTime(2.5)).toObject(), (QJsonObject{{QStringLiteral("seconds"), 2.5}}));
-    EXPECT_EQ(roundTrip(TimeRange{ProjectTime(1.25), ProjectTime(3)}), (TimeRange{ProjectTime(1.25), ProjectTime(3)}));
+    EXPECT_EQ(roundTrip(TimeRange{ProjectTime(1.25), ProjectTime(3)}),
+              (TimeRange{ProjectTime(1.25), ProjectTime(3)}));
     EXPECT_EQ(roundTrip(NormalizedPoint{0.1, 0.9}), (NormalizedPoint{0.1, 0.9}));
     EXPECT_EQ(roundTrip(NormalizedRect{0.1, 0.2, 0.3, 0.4}), (NormalizedRect{0.1, 0.2, 0.3, 0.4}));
     EXPECT_EQ(roundTrip(RGBAColor{0.1, 0.2, 0.3, 0.4}), (RGBAColor{0.1, 0.2, 0.3, 0.4}));
@@ -142,26 +143,33 @@ TEST(PrimitiveJson, UuidsAreUpperCaseAndStrict) {
     EXPECT_EQ(text.size(), 36);
     EXPECT_EQ(roundTrip(id), id);
     EXPECT_EQ(decodeJson<QUuid>(JsonIn(QJsonValue(text.toLower()), JsonPath())), id);
-    EXPECT_EQ(decodeError<QUuid>(R"({"v": "{12345678-1234-1234-1234-123456789ABC}"})"), "v: expected a UUID string");
-    EXPECT_EQ(decodeError<QUuid>(R"({"v": "12345678-1234-1234-1234-123456789ABG"})"), "v: expected a UUID string");
+    EXPECT_EQ(decodeError<QUuid>(R"({"v": "{12345678-1234-1234-1234-123456789ABC}"})"),
+              "v: expected a UUID string");
+    EXPECT_EQ(decodeError<QUuid>(R"({"v": "12345678-1234-1234-1234-123456789ABG"})"),
+              "v: expected a UUID string");
 }
 
 TEST(PrimitiveJson, DatesAreWholeSecondsWithZ) {
     const QDateTime date(QDate(2024, 3, 9), QTime(14, 5, 7, 830), Qt::UTC);
     EXPECT_EQ(toJson(date).toString(), QStringLiteral("2024-03-09T14:05:07Z"));
     EXPECT_EQ(roundTrip(date), date.addMSecs(-830));
-    EXPECT_EQ(decodeJson<QDateTime>(JsonIn(QJsonValue(QStringLiteral("2024-03-09T16:05:07+02:00")), JsonPath())),
-              date.addMSecs(-830));
-    EXPECT_EQ(decodeError<QDateTime>(R"({"v": "2024-03-09T14:05:07"})"), "v: expected an ISO-8601 date string");
-    EXPECT_EQ(decodeError<QDateTime>(R"({"v": "2024-03-09T14:05:07.5Z"})"), "v: expected an ISO-8601 date string");
-    EXPECT_EQ(decodeError<QDateTime>(R"({"v": "2024-02-30T14:05:07Z"})"), "v: expected an ISO-8601 date string");
+    EXPECT_EQ(
+        decodeJson<QDateTime>(JsonIn(QJsonValue(QStringLiteral("2024-03-09T16:05:07+02:00")), JsonPath())),
+        date.addMSecs(-830));
+    EXPECT_EQ(decodeError<QDateTime>(R"({"v": "2024-03-09T14:05:07"})"),
+              "v: expected an ISO-8601 date string");
+    EXPECT_EQ(decodeError<QDateTime>(R"({"v": "2024-03-09T14:05:07.5Z"})"),
+              "v: expected an ISO-8601 date string");
+    EXPECT_EQ(decodeError<QDateTime>(R"({"v": "2024-02-30T14:05:07Z"})"),
+              "v: expected an ISO-8601 date string");
 }
 
 TEST(PrimitiveJson, WrongTypesNameTheirPath) {
     EXPECT_EQ(decodeError<ProjectTime>(R"({"v": 2.5})"), "v: expected an object");
     EXPECT_EQ(decodeError<ProjectTime>(R"({"v": {}})"), "v.seconds: required key is missing");
     EXPECT_EQ(decodeError<ProjectTime>(R"({"v": {"seconds": null}})"), "v.seconds: expected a number");
-    EXPECT_EQ(decodeError<Size>(R"({"v": {"width": 1, "height": 2}})"), "v: expected an array of two numbers");
+    EXPECT_EQ(decodeError<Size>(R"({"v": {"width": 1, "height": 2}})"),
+              "v: expected an array of two numbers");
     EXPECT_EQ(decodeError<Size>(R"({"v": [1, 2, 3]})"), "v: expected an array of two numbers");
     EXPECT_EQ(decodeError<int>(R"({"v": 1.5})"), "v: expected an integer");
     EXPECT_EQ(decodeError<int>(R"({"v": 1e12})"), "v: expected an integer");
