@@ -11,9 +11,15 @@ namespace orvane {
 
 // Interpolation rules of every value a keyframe can hold. `t` is never clamped: values outside 0...1
 // extrapolate, which is how the spring easing overshoots its target.
-inline double lerp(double a, double b, double t) { return a + (b - a) * t; }
-inline float lerp(float a, float b, double t) { return a + (b - a) * static_cast<float>(t); }
-inline Point lerp(Point a, Point b, double t) { return {lerp(a.x, b.x, t), lerp(a.y, b.y, t)}; }
+inline double lerp(double a, double b, double t) {
+    return a + (b - a) * t;
+}
+inline float lerp(float a, float b, double t) {
+    return a + (b - a) * static_cast<float>(t);
+}
+inline Point lerp(Point a, Point b, double t) {
+    return {lerp(a.x, b.x, t), lerp(a.y, b.y, t)};
+}
 inline NormalizedPoint lerp(const NormalizedPoint& a, const NormalizedPoint& b, double t) {
     return {lerp(a.x, b.x, t), lerp(a.y, b.y, t)};
 }
