@@ -18,14 +18,14 @@ bool AnimationBag::isEmpty() const {
 
 void fromJson(const JsonIn& in, AnimationBag& out) {
     const JsonObjectIn o(in);
-    const QJsonValue pairsValue = o.object().value(QLatin1StringView("tracks"));
+    const JsonValue& pairsValue = o.object().value("tracks");
     const JsonPath pairsPath(&o.path(), QUtf8StringView("tracks"));
     const JsonIn pairs(pairsValue, pairsPath);
     if (pairsValue.isUndefined())
         pairs.fail("required key is missing");
     if (!pairsValue.isArray())
         pairs.fail("expected an array of alternating keys and values");
-    const QJsonArray array = pairsValue.toArray();
+    const JsonArray& array = pairsValue.toArray();
     if (array.size() % 2 != 0)
         pairs.fail("expected an even number of elements: keys alternating with values");
     out.tracks.clear();
@@ -38,8 +38,8 @@ void fromJson(const JsonIn& in, AnimationBag& out) {
     }
 }
 
-QJsonValue toJson(const AnimationBag& value) {
-    QJsonArray pairs;
+JsonValue toJson(const AnimationBag& value) {
+    JsonArray pairs;
     for (const auto& [id, track] : value.tracks) {
         pairs.append(toJson(id));
         try {
@@ -50,8 +50,8 @@ QJsonValue toJson(const AnimationBag& value) {
             throw;
         }
     }
-    QJsonObject o;
-    o.insert(QLatin1StringView("tracks"), pairs);
+    JsonObject o;
+    o.append("tracks", std::move(pairs));
     return o;
 }
 

@@ -23,6 +23,6 @@ struct AnimationBag {
 };
 
 void fromJson(const JsonIn& in, AnimationBag& out);
-QJsonValue toJson(const AnimationBag& value);
+JsonValue toJson(const AnimationBag& value);
 
 } // namespace orvane

@@ -15,7 +15,7 @@ void fromJson(const JsonIn& in, Annotation& out) {
     out.animation = o.required<Annotation::AnnotationAnimation>("animation");
 }
 
-QJsonValue toJson(const Annotation& value) {
+JsonValue toJson(const Annotation& value) {
     JsonObjectOut o;
     o.set("id", value.id)
         .set("kind", value.kind)

@@ -51,6 +51,6 @@ constexpr std::string_view enumTypeName(Annotation::AnnotationAnimation) {
 }
 
 void fromJson(const JsonIn& in, Annotation& out);
-QJsonValue toJson(const Annotation& value);
+JsonValue toJson(const Annotation& value);
 
 } // namespace orvane

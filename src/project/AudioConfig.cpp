@@ -12,7 +12,7 @@ void fromJson(const JsonIn& in, AudioConfig& out) {
     out.noiseSuppression = o.required<bool>("noiseSuppression");
 }
 
-QJsonValue toJson(const AudioConfig& value) {
+JsonValue toJson(const AudioConfig& value) {
     JsonObjectOut o;
     o.set("systemAudioVolume", value.systemAudioVolume)
         .set("micVolume", value.micVolume)

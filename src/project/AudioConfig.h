@@ -17,6 +17,6 @@ struct AudioConfig {
 };
 
 void fromJson(const JsonIn& in, AudioConfig& out);
-QJsonValue toJson(const AudioConfig& value);
+JsonValue toJson(const AudioConfig& value);
 
 } // namespace orvane

@@ -16,7 +16,7 @@ void fromJson(const JsonIn& in, AutoZoomConfig& out) {
     out.maxZoomsPerMinute = o.required<int>("maxZoomsPerMinute");
 }
 
-QJsonValue toJson(const AutoZoomConfig& value) {
+JsonValue toJson(const AutoZoomConfig& value) {
     JsonObjectOut o;
     o.set("isEnabled", value.isEnabled)
         .set("clickSensitivity", value.clickSensitivity)

@@ -39,6 +39,6 @@ constexpr std::string_view enumTypeName(AutoZoomConfig::CompositionStyle) {
 }
 
 void fromJson(const JsonIn& in, AutoZoomConfig& out);
-QJsonValue toJson(const AutoZoomConfig& value);
+JsonValue toJson(const AutoZoomConfig& value);
 
 } // namespace orvane

@@ -39,7 +39,7 @@ void fromJson(const JsonIn& in, GradientStop& out) {
     out.color = o.required<RGBAColor>("color");
 }
 
-QJsonValue toJson(const GradientStop& value) {
+JsonValue toJson(const GradientStop& value) {
     JsonObjectOut o;
     o.set("location", value.location).set("color", value.color);
     return o.take();
@@ -51,7 +51,7 @@ void fromJson(const JsonIn& in, GradientFill& out) {
     out.angleDegrees = o.required<double>("angleDegrees");
 }
 
-QJsonValue toJson(const GradientFill& value) {
+JsonValue toJson(const GradientFill& value) {
     JsonObjectOut o;
     o.set("stops", value.stops).set("angleDegrees", value.angleDegrees);
     return o.take();
@@ -73,7 +73,7 @@ void fromJson(const JsonIn& in, BackgroundStyle& out) {
         tagged.failUnknownCase("BackgroundStyle");
 }
 
-QJsonValue toJson(const BackgroundStyle& value) {
+JsonValue toJson(const BackgroundStyle& value) {
     JsonObjectOut payload;
     if (const auto* solid = std::get_if<BackgroundStyle::Solid>(&value.value))
         return taggedJson("solid", payload.set("_0", solid->color).take());

@@ -76,10 +76,10 @@ struct BackgroundStyle {
 };
 
 void fromJson(const JsonIn& in, GradientStop& out);
-QJsonValue toJson(const GradientStop& value);
+JsonValue toJson(const GradientStop& value);
 void fromJson(const JsonIn& in, GradientFill& out);
-QJsonValue toJson(const GradientFill& value);
+JsonValue toJson(const GradientFill& value);
 void fromJson(const JsonIn& in, BackgroundStyle& out);
-QJsonValue toJson(const BackgroundStyle& value);
+JsonValue toJson(const BackgroundStyle& value);
 
 } // namespace orvane

@@ -16,7 +16,7 @@ void fromJson(const JsonIn& in, CameraOverlay& out) {
     out.backgroundRemoval = o.value("backgroundRemoval", CameraOverlay::BackgroundRemovalMode::off);
 }
 
-QJsonValue toJson(const CameraOverlay& value) {
+JsonValue toJson(const CameraOverlay& value) {
     JsonObjectOut o;
     o.set("isEnabled", value.isEnabled)
         .set("position", value.position)

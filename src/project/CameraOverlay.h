@@ -64,6 +64,6 @@ constexpr std::string_view enumTypeName(CameraOverlay::BackgroundRemovalMode) {
 }
 
 void fromJson(const JsonIn& in, CameraOverlay& out);
-QJsonValue toJson(const CameraOverlay& value);
+JsonValue toJson(const CameraOverlay& value);
 
 } // namespace orvane

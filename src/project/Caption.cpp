@@ -16,7 +16,7 @@ void fromJson(const JsonIn& in, CaptionWord& out) {
     out.text = o.required<QString>("text");
 }
 
-QJsonValue toJson(const CaptionWord& value) {
+JsonValue toJson(const CaptionWord& value) {
     JsonObjectOut o;
     o.set("start", value.start).set("duration", value.duration).set("text", value.text);
     return o.take();
@@ -31,7 +31,7 @@ void fromJson(const JsonIn& in, Caption& out) {
     out.words = o.optional<std::vector<CaptionWord>>("words");
 }
 
-QJsonValue toJson(const Caption& value) {
+JsonValue toJson(const Caption& value) {
     JsonObjectOut o;
     o.set("id", value.id)
         .set("time", value.time)

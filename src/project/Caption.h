@@ -21,7 +21,7 @@ struct CaptionWord {
 };
 
 void fromJson(const JsonIn& in, CaptionWord& out);
-QJsonValue toJson(const CaptionWord& value);
+JsonValue toJson(const CaptionWord& value);
 
 // One timed line of captions. Times are seconds of the source file, the clock of the clip's zoom and
 // cursor tracks, so trimming or moving the clip does not shift them. Word timing is there only when a
@@ -43,6 +43,6 @@ struct Caption {
 };
 
 void fromJson(const JsonIn& in, Caption& out);
-QJsonValue toJson(const Caption& value);
+JsonValue toJson(const Caption& value);
 
 } // namespace orvane

@@ -14,7 +14,7 @@ void fromJson(const JsonIn& in, CaptionsStyle& out) {
     out.highlightColor = o.required<RGBAColor>("highlightColor");
 }
 
-QJsonValue toJson(const CaptionsStyle& value) {
+JsonValue toJson(const CaptionsStyle& value) {
     JsonObjectOut o;
     o.set("fontSize", value.fontSize)
         .set("fontWeight", value.fontWeight)

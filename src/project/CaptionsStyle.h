@@ -53,6 +53,6 @@ struct CaptionsStyle {
 };
 
 void fromJson(const JsonIn& in, CaptionsStyle& out);
-QJsonValue toJson(const CaptionsStyle& value);
+JsonValue toJson(const CaptionsStyle& value);
 
 } // namespace orvane

@@ -230,7 +230,7 @@ void fromJson(const JsonIn& in, CaptionsTrack& out) {
     out.style = o.required<CaptionsStyle>("style");
 }
 
-QJsonValue toJson(const CaptionsTrack& value) {
+JsonValue toJson(const CaptionsTrack& value) {
     JsonObjectOut o;
     o.set("captions", value.captions).set("style", value.style);
     return o.take();

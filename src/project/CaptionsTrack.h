@@ -39,6 +39,6 @@ struct CaptionsTrack {
 };
 
 void fromJson(const JsonIn& in, CaptionsTrack& out);
-QJsonValue toJson(const CaptionsTrack& value);
+JsonValue toJson(const CaptionsTrack& value);
 
 } // namespace orvane

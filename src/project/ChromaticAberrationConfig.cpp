@@ -11,7 +11,7 @@ void fromJson(const JsonIn& in, ChromaticAberrationConfig& out) {
     out.onlyDuringZoom = o.required<bool>("onlyDuringZoom");
 }
 
-QJsonValue toJson(const ChromaticAberrationConfig& value) {
+JsonValue toJson(const ChromaticAberrationConfig& value) {
     JsonObjectOut o;
     o.set("isEnabled", value.isEnabled)
         .set("strength", value.strength)

@@ -17,6 +17,6 @@ struct ChromaticAberrationConfig {
 };
 
 void fromJson(const JsonIn& in, ChromaticAberrationConfig& out);
-QJsonValue toJson(const ChromaticAberrationConfig& value);
+JsonValue toJson(const ChromaticAberrationConfig& value);
 
 } // namespace orvane

@@ -23,7 +23,7 @@ void fromJson(const JsonIn& in, ChromeStyle& out) {
     }
 }
 
-QJsonValue toJson(const ChromeStyle& value) {
+JsonValue toJson(const ChromeStyle& value) {
     JsonObjectOut payload;
     if (const auto* window = std::get_if<ChromeStyle::MacOSWindow>(&value.value))
         return taggedJson("macOSWindow",

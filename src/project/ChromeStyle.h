@@ -81,6 +81,6 @@ constexpr std::string_view enumTypeName(ChromeStyle::MobileDevice) {
 }
 
 void fromJson(const JsonIn& in, ChromeStyle& out);
-QJsonValue toJson(const ChromeStyle& value);
+JsonValue toJson(const ChromeStyle& value);
 
 } // namespace orvane

@@ -14,7 +14,7 @@ void fromJson(const JsonIn& in, ClickRippleStyle& out) {
     out.fadeOut = o.required<bool>("fadeOut");
 }
 
-QJsonValue toJson(const ClickRippleStyle& value) {
+JsonValue toJson(const ClickRippleStyle& value) {
     JsonObjectOut o;
     o.set("isEnabled", value.isEnabled)
         .set("color", value.color)

@@ -26,6 +26,6 @@ struct ClickRippleStyle {
 };
 
 void fromJson(const JsonIn& in, ClickRippleStyle& out);
-QJsonValue toJson(const ClickRippleStyle& value);
+JsonValue toJson(const ClickRippleStyle& value);
 
 } // namespace orvane

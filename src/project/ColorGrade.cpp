@@ -18,7 +18,7 @@ void fromJson(const JsonIn& in, ColorGrade& out) {
     out.customLUTBookmark = o.optional<QByteArray>("customLUTBookmark");
 }
 
-QJsonValue toJson(const ColorGrade& value) {
+JsonValue toJson(const ColorGrade& value) {
     JsonObjectOut o;
     o.set("exposure", value.exposure)
         .set("contrast", value.contrast)

@@ -34,6 +34,6 @@ struct ColorGrade {
 };
 
 void fromJson(const JsonIn& in, ColorGrade& out);
-QJsonValue toJson(const ColorGrade& value);
+JsonValue toJson(const ColorGrade& value);
 
 } // namespace orvane

@@ -13,7 +13,7 @@ void fromJson(const JsonIn& in, ContentAwareZoomConfig& out) {
     out.zoomLevel = o.required<double>("zoomLevel");
 }
 
-QJsonValue toJson(const ContentAwareZoomConfig& value) {
+JsonValue toJson(const ContentAwareZoomConfig& value) {
     JsonObjectOut o;
     o.set("isEnabled", value.isEnabled)
         .set("detectText", value.detectText)

@@ -18,6 +18,6 @@ struct ContentAwareZoomConfig {
 };
 
 void fromJson(const JsonIn& in, ContentAwareZoomConfig& out);
-QJsonValue toJson(const ContentAwareZoomConfig& value);
+JsonValue toJson(const ContentAwareZoomConfig& value);
 
 } // namespace orvane

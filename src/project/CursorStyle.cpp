@@ -15,7 +15,7 @@ void fromJson(const JsonIn& in, CursorStyle& out) {
     out.spotlight = o.value("spotlight", d.spotlight);
 }
 
-QJsonValue toJson(const CursorStyle& value) {
+JsonValue toJson(const CursorStyle& value) {
     JsonObjectOut o;
     o.set("isVisible", value.isVisible)
         .set("scale", value.scale)

@@ -56,6 +56,6 @@ struct CursorStyle {
 };
 
 void fromJson(const JsonIn& in, CursorStyle& out);
-QJsonValue toJson(const CursorStyle& value);
+JsonValue toJson(const CursorStyle& value);
 
 } // namespace orvane

@@ -14,7 +14,7 @@ void fromJson(const JsonIn& in, CursorTrailConfig& out) {
     out.glow = o.required<bool>("glow");
 }
 
-QJsonValue toJson(const CursorTrailConfig& value) {
+JsonValue toJson(const CursorTrailConfig& value) {
     JsonObjectOut o;
     o.set("isEnabled", value.isEnabled)
         .set("trailLength", value.trailLength)

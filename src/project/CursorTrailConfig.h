@@ -21,6 +21,6 @@ struct CursorTrailConfig {
 };
 
 void fromJson(const JsonIn& in, CursorTrailConfig& out);
-QJsonValue toJson(const CursorTrailConfig& value);
+JsonValue toJson(const CursorTrailConfig& value);
 
 } // namespace orvane

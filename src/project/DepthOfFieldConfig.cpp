@@ -12,7 +12,7 @@ void fromJson(const JsonIn& in, DepthOfFieldConfig& out) {
     out.falloff = o.required<double>("falloff");
 }
 
-QJsonValue toJson(const DepthOfFieldConfig& value) {
+JsonValue toJson(const DepthOfFieldConfig& value) {
     JsonObjectOut o;
     o.set("isEnabled", value.isEnabled)
         .set("focusRadius", value.focusRadius)

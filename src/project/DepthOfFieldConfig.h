@@ -18,6 +18,6 @@ struct DepthOfFieldConfig {
 };
 
 void fromJson(const JsonIn& in, DepthOfFieldConfig& out);
-QJsonValue toJson(const DepthOfFieldConfig& value);
+JsonValue toJson(const DepthOfFieldConfig& value);
 
 } // namespace orvane

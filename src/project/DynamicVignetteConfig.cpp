@@ -12,7 +12,7 @@ void fromJson(const JsonIn& in, DynamicVignetteConfig& out) {
     out.followsCursor = o.required<bool>("followsCursor");
 }
 
-QJsonValue toJson(const DynamicVignetteConfig& value) {
+JsonValue toJson(const DynamicVignetteConfig& value) {
     JsonObjectOut o;
     o.set("isEnabled", value.isEnabled)
         .set("intensity", value.intensity)

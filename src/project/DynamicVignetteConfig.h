@@ -17,6 +17,6 @@ struct DynamicVignetteConfig {
 };
 
 void fromJson(const JsonIn& in, DynamicVignetteConfig& out);
-QJsonValue toJson(const DynamicVignetteConfig& value);
+JsonValue toJson(const DynamicVignetteConfig& value);
 
 } // namespace orvane

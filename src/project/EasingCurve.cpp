@@ -45,7 +45,7 @@ void fromJson(const JsonIn& in, EasingCurve& out) {
     out.p2y = o.required<double>("p2y");
 }
 
-QJsonValue toJson(const EasingCurve& value) {
+JsonValue toJson(const EasingCurve& value) {
     JsonObjectOut o;
     o.set("kind", value.kind)
         .set("p1x", value.p1x)

@@ -46,6 +46,6 @@ constexpr std::string_view enumTypeName(EasingCurve::Kind) {
 }
 
 void fromJson(const JsonIn& in, EasingCurve& out);
-QJsonValue toJson(const EasingCurve& value);
+JsonValue toJson(const EasingCurve& value);
 
 } // namespace orvane

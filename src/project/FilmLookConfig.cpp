@@ -13,7 +13,7 @@ void fromJson(const JsonIn& in, FilmLookConfig& out) {
     out.colorShift = o.required<double>("colorShift");
 }
 
-QJsonValue toJson(const FilmLookConfig& value) {
+JsonValue toJson(const FilmLookConfig& value) {
     JsonObjectOut o;
     o.set("isEnabled", value.isEnabled)
         .set("grainIntensity", value.grainIntensity)

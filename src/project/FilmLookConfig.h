@@ -18,6 +18,6 @@ struct FilmLookConfig {
 };
 
 void fromJson(const JsonIn& in, FilmLookConfig& out);
-QJsonValue toJson(const FilmLookConfig& value);
+JsonValue toJson(const FilmLookConfig& value);
 
 } // namespace orvane

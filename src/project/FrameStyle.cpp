@@ -16,7 +16,7 @@ void fromJson(const JsonIn& in, FrameStyle& out) {
     out.perspective = o.value("perspective", d.perspective);
 }
 
-QJsonValue toJson(const FrameStyle& value) {
+JsonValue toJson(const FrameStyle& value) {
     JsonObjectOut o;
     o.set("paddingFraction", value.paddingFraction)
         .set("cornerRadius", value.cornerRadius)

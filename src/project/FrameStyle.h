@@ -25,6 +25,6 @@ struct FrameStyle {
 };
 
 void fromJson(const JsonIn& in, FrameStyle& out);
-QJsonValue toJson(const FrameStyle& value);
+JsonValue toJson(const FrameStyle& value);
 
 } // namespace orvane

@@ -10,7 +10,7 @@ void fromJson(const JsonIn& in, NormalizedPoint& out) {
     out.y = o.required<double>("y");
 }
 
-QJsonValue toJson(const NormalizedPoint& value) {
+JsonValue toJson(const NormalizedPoint& value) {
     JsonObjectOut o;
     o.set("x", value.x).set("y", value.y);
     return o.take();
@@ -24,7 +24,7 @@ void fromJson(const JsonIn& in, NormalizedRect& out) {
     out.height = o.required<double>("height");
 }
 
-QJsonValue toJson(const NormalizedRect& value) {
+JsonValue toJson(const NormalizedRect& value) {
     JsonObjectOut o;
     o.set("x", value.x).set("y", value.y).set("width", value.width).set("height", value.height);
     return o.take();

@@ -130,7 +130,7 @@ inline Rect Rect::clamped(const Rect& outer) const {
 
 namespace orvane {
 void fromJson(const JsonIn& in, NormalizedPoint& out);
-QJsonValue toJson(const NormalizedPoint& value);
+JsonValue toJson(const NormalizedPoint& value);
 void fromJson(const JsonIn& in, NormalizedRect& out);
-QJsonValue toJson(const NormalizedRect& value);
+JsonValue toJson(const NormalizedRect& value);
 } // namespace orvane

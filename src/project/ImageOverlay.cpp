@@ -17,7 +17,7 @@ void fromJson(const JsonIn& in, ImageOverlay& out) {
     out.shadow = o.required<ShadowStyle>("shadow");
 }
 
-QJsonValue toJson(const ImageOverlay& value) {
+JsonValue toJson(const ImageOverlay& value) {
     JsonObjectOut o;
     o.set("id", value.id)
         .set("timeRange", value.timeRange)

@@ -28,6 +28,6 @@ struct ImageOverlay {
 };
 
 void fromJson(const JsonIn& in, ImageOverlay& out);
-QJsonValue toJson(const ImageOverlay& value);
+JsonValue toJson(const ImageOverlay& value);
 
 } // namespace orvane

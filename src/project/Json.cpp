@@ -1,8 +1,5 @@
 #include "Json.h"
 
-#include <QJsonDocument>
-#include <QJsonParseError>
-
 #include <climits>
 #include <cmath>
 
@@ -111,7 +108,8 @@ void fromJson(const JsonIn& in, QDateTime& out) {
 void fromJson(const JsonIn& in, QByteArray& out) {
     if (!in.value().isString())
         in.fail("expected a Base64 string");
-    auto decoded = QByteArray::fromBase64Encoding(in.value().toString().toLatin1(),
+    const std::string_view text = in.value().stringView();
+    auto decoded = QByteArray::fromBase64Encoding(QByteArray(text.data(), qsizetype(text.size())),
                                                   QByteArray::AbortOnBase64DecodingErrors);
     if (!decoded)
         in.fail("expected a Base64 string");
@@ -119,41 +117,41 @@ void fromJson(const JsonIn& in, QByteArray& out) {
 }
 
 void fromJson(const JsonIn& in, Size& out) {
-    const QJsonValue& v = in.value();
-    const QJsonArray a = v.toArray();
+    const JsonValue& v = in.value();
+    const JsonArray& a = v.toArray();
     if (!v.isArray() || a.size() != 2 || !a.at(0).isDouble() || !a.at(1).isDouble())
         in.fail("expected an array of two numbers");
     out = Size{a.at(0).toDouble(), a.at(1).toDouble()};
 }
 
-QJsonValue toJson(double value) {
+JsonValue toJson(double value) {
     if (!std::isfinite(value))
         throw JsonError(QString(),
                         QStringLiteral("cannot write the non-finite number %1 in JSON").arg(value));
     return value;
 }
 
-QJsonValue toJson(int value) {
+JsonValue toJson(int value) {
     return qint64(value);
 }
-QJsonValue toJson(bool value) {
+JsonValue toJson(bool value) {
     return value;
 }
-QJsonValue toJson(const QString& value) {
+JsonValue toJson(const QString& value) {
     return value;
 }
-QJsonValue toJson(const QUuid& value) {
+JsonValue toJson(const QUuid& value) {
     return uuidString(value);
 }
-QJsonValue toJson(const QDateTime& value) {
+JsonValue toJson(const QDateTime& value) {
     return isoDateString(value);
 }
-QJsonValue toJson(const QByteArray& value) {
+JsonValue toJson(const QByteArray& value) {
     return QString::fromLatin1(value.toBase64());
 }
 
-QJsonValue toJson(const Size& value) {
-    return QJsonArray{toJson(value.width), toJson(value.height)};
+JsonValue toJson(const Size& value) {
+    return JsonArray{toJson(value.width), toJson(value.height)};
 }
 
 QString uuidString(const QUuid& id) {
@@ -231,57 +229,57 @@ std::optional<QDateTime> parseIsoDate(QStringView text) {
 // ---- records and tagged unions ---------------------------------------------------------------------
 
 JsonObjectIn::JsonObjectIn(const JsonIn& in)
-    : m_path(in.path()) {
+    : m_object(&in.value().toObject())
+    , m_path(in.path()) {
     if (!in.value().isObject())
         in.fail("expected an object");
-    m_object = in.value().toObject();
 }
 
-JsonTaggedIn::JsonTaggedIn(const JsonIn& in)
-    : m_in(in) {
+namespace {
+const std::pair<std::string, JsonValue>& singleMember(const JsonIn& in) {
     if (!in.value().isObject())
         in.fail("expected an object");
-    const QJsonObject object = in.value().toObject();
+    const JsonObject& object = in.value().toObject();
     if (object.size() != 1)
         in.fail(json::invalidKeyCount);
-    m_name = object.begin().key();
-    m_nameUtf8 = m_name.toUtf8();
-    m_payloadPath = JsonPath(&in.path(), QUtf8StringView(m_nameUtf8));
-    m_payload = object.begin().value();
+    return object.members().front();
 }
+} // namespace
+
+JsonTaggedIn::JsonTaggedIn(const JsonIn& in)
+    : m_in(in)
+    , m_nameUtf8(singleMember(in).first)
+    , m_name(QString::fromStdString(m_nameUtf8))
+    , m_payloadPath(&in.path(), QUtf8StringView(m_nameUtf8))
+    , m_payload(singleMember(in).second, m_payloadPath) {}
 
 JsonObjectIn JsonTaggedIn::payload() const {
-    return JsonObjectIn(JsonIn(m_payload, m_payloadPath));
+    return JsonObjectIn(m_payload);
 }
 
 void JsonTaggedIn::failUnknownCase(std::string_view typeName) const {
     orvane::failUnknownCase(m_in, typeName, m_name);
 }
 
-QJsonObject taggedJson(const char* name, QJsonObject payload) {
-    QJsonObject object;
-    object.insert(QLatin1StringView(name), payload);
+JsonObject taggedJson(const char* name, JsonObject payload) {
+    JsonObject object;
+    object.append(name, std::move(payload));
     return object;
 }
 
-QByteArray writeJsonDocument(const QJsonValue& root) {
-    if (root.isArray())
-        return QJsonDocument(root.toArray()).toJson(QJsonDocument::Indented);
-    return QJsonDocument(root.toObject()).toJson(QJsonDocument::Indented);
+QByteArray writeJsonDocument(const JsonValue& root) {
+    return writeJson(root);
 }
 
-QJsonValue readJsonDocument(const QByteArray& bytes) {
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
-    if (error.error != QJsonParseError::NoError)
+JsonValue readJsonDocument(const QByteArray& bytes) {
+    auto result = parseJson(std::string_view(bytes.constData(), std::size_t(bytes.size())));
+    if (auto* error = std::get_if<JsonSyntaxError>(&result))
         throw JsonError(QString(),
                         QStringLiteral("The data couldn't be read because it isn't in the correct format "
                                        "(%1 at offset %2).")
-                            .arg(error.errorString())
-                            .arg(error.offset));
-    if (document.isArray())
-        return document.array();
-    return document.object();
+                            .arg(error->reason)
+                            .arg(error->offset));
+    return std::move(std::get<JsonValue>(result));
 }
 
 } // namespace orvane

@@ -11,12 +11,10 @@
 
 #include "Geometry.h"
 #include "JsonFwd.h"
+#include "JsonValue.h"
 
 #include <QByteArray>
 #include <QDateTime>
-#include <QJsonArray>
-#include <QJsonObject>
-#include <QJsonValue>
 #include <QString>
 #include <QUuid>
 
@@ -74,22 +72,30 @@ namespace json {
 inline constexpr const char* invalidKeyCount = "Invalid number of keys found, expected one.";
 } // namespace json
 
-// One value being decoded, with its place in the document.
+// One value being decoded, with its place in the document. It refers to the value, so decoding copies
+// nothing; built from a temporary, it keeps the value itself.
 class JsonIn {
 public:
-    JsonIn(QJsonValue value, const JsonPath& path)
-        : m_value(std::move(value))
+    JsonIn(const JsonValue& value, const JsonPath& path)
+        : m_value(&value)
         , m_path(path) {}
+    JsonIn(JsonValue&& value, const JsonPath& path)
+        : m_owned(std::move(value))
+        , m_value(&*m_owned)
+        , m_path(path) {}
+    JsonIn(const JsonIn&) = delete;
+    JsonIn& operator=(const JsonIn&) = delete;
 
-    const QJsonValue& value() const { return m_value; }
+    const JsonValue& value() const { return *m_value; }
     const JsonPath& path() const { return m_path; }
-    bool isNull() const { return m_value.isNull() || m_value.isUndefined(); }
+    bool isNull() const { return m_value->isNull() || m_value->isUndefined(); }
 
     [[noreturn]] void fail(const QString& message) const;
     [[noreturn]] void fail(const char* message) const { fail(QString::fromUtf8(message)); }
 
 private:
-    QJsonValue m_value;
+    std::optional<JsonValue> m_owned;
+    const JsonValue* m_value;
     const JsonPath& m_path;
 };
 
@@ -103,14 +109,14 @@ void fromJson(const JsonIn& in, QDateTime& out);
 void fromJson(const JsonIn& in, QByteArray& out); // Base64
 void fromJson(const JsonIn& in, Size& out);       // [width, height]
 
-QJsonValue toJson(double value); // non-finite numbers cannot be written and throw
-QJsonValue toJson(int value);
-QJsonValue toJson(bool value);
-QJsonValue toJson(const QString& value);
-QJsonValue toJson(const QUuid& value);
-QJsonValue toJson(const QDateTime& value);
-QJsonValue toJson(const QByteArray& value);
-QJsonValue toJson(const Size& value);
+JsonValue toJson(double value); // non-finite numbers cannot be written and throw
+JsonValue toJson(int value);
+JsonValue toJson(bool value);
+JsonValue toJson(const QString& value);
+JsonValue toJson(const QUuid& value);
+JsonValue toJson(const QDateTime& value);
+JsonValue toJson(const QByteArray& value);
+JsonValue toJson(const Size& value);
 
 QString uuidString(const QUuid& id); // canonical upper-case 8-4-4-4-12
 std::optional<QUuid> parseUuid(QStringView text);
@@ -128,7 +134,7 @@ template <class T>
 void fromJson(const JsonIn& in, std::vector<T>& out) {
     if (!in.value().isArray())
         in.fail("expected an array");
-    const QJsonArray array = in.value().toArray();
+    const JsonArray& array = in.value().toArray();
     out.clear();
     out.reserve(std::size_t(array.size()));
     for (qsizetype i = 0; i < array.size(); ++i) {
@@ -138,8 +144,9 @@ void fromJson(const JsonIn& in, std::vector<T>& out) {
 }
 
 template <class T>
-QJsonValue toJson(const std::vector<T>& values) {
-    QJsonArray array;
+JsonValue toJson(const std::vector<T>& values) {
+    JsonArray array;
+    array.reserve(qsizetype(values.size()));
     for (std::size_t i = 0; i < values.size(); ++i) {
         try {
             array.append(toJson(values[i]));
@@ -193,16 +200,19 @@ template <JsonEnum E>
 void fromJson(const JsonIn& in, E& out) {
     if (!in.value().isString())
         in.fail("expected a string");
-    const QString name = in.value().toString();
-    const auto value = enumFromName<E>(name);
-    if (!value)
-        failUnknownCase(in, enumTypeName(E{}), name);
-    out = *value;
+    const std::string_view name = in.value().stringView();
+    for (const auto& entry : enumEntries(E{})) {
+        if (entry.name == name) {
+            out = entry.value;
+            return;
+        }
+    }
+    failUnknownCase(in, enumTypeName(E{}), QString::fromUtf8(name.data(), qsizetype(name.size())));
 }
 
 template <JsonEnum E>
-QJsonValue toJson(E value) {
-    return enumString(value);
+JsonValue toJson(E value) {
+    return std::string(enumName(value));
 }
 
 // A record being decoded.
@@ -210,27 +220,26 @@ class JsonObjectIn {
 public:
     explicit JsonObjectIn(const JsonIn& in);
 
-    bool contains(const char* key) const { return m_object.contains(QLatin1StringView(key)); }
+    bool contains(const char* key) const { return m_object->contains(key); }
 
     // A missing key or a null value fails the document.
     template <class T>
     T required(const char* key) const {
-        const QJsonValue v = m_object.value(QLatin1StringView(key));
+        const JsonValue* v = m_object->find(key);
         const JsonPath path(&m_path, QUtf8StringView(key));
-        const JsonIn in(v, path);
-        if (v.isUndefined())
-            in.fail("required key is missing");
-        return decodeJson<T>(in);
+        if (!v)
+            JsonIn(JsonValue(), path).fail("required key is missing");
+        return decodeJson<T>(JsonIn(*v, path));
     }
 
     // A missing key or a null value is absent; a present value of the wrong type still fails.
     template <class T>
     std::optional<T> optional(const char* key) const {
-        const QJsonValue v = m_object.value(QLatin1StringView(key));
-        if (v.isUndefined() || v.isNull())
+        const JsonValue* v = m_object->find(key);
+        if (!v || v->isNull())
             return std::nullopt;
         const JsonPath path(&m_path, QUtf8StringView(key));
-        return decodeJson<T>(JsonIn(v, path));
+        return decodeJson<T>(JsonIn(*v, path));
     }
 
     // Lenient keys: missing or null reads as `fallback`.
@@ -241,10 +250,10 @@ public:
     }
 
     const JsonPath& path() const { return m_path; }
-    const QJsonObject& object() const { return m_object; }
+    const JsonObject& object() const { return *m_object; }
 
 private:
-    QJsonObject m_object;
+    const JsonObject* m_object;
     const JsonPath& m_path;
 };
 
@@ -254,7 +263,7 @@ public:
     template <class T>
     JsonObjectOut& set(const char* key, const T& value) {
         try {
-            m_object.insert(QLatin1StringView(key), toJson(value));
+            m_object.append(key, toJson(value));
         } catch (JsonError& e) {
             e.prependKey(QUtf8StringView(key));
             throw;
@@ -269,10 +278,10 @@ public:
         return *this;
     }
 
-    QJsonObject take() { return std::move(m_object); }
+    JsonObject take() { return std::move(m_object); }
 
 private:
-    QJsonObject m_object;
+    JsonObject m_object;
 };
 
 // A tagged union being decoded: an object with exactly one key, the case name.
@@ -283,25 +292,25 @@ public:
     JsonTaggedIn& operator=(const JsonTaggedIn&) = delete;
 
     const QString& caseName() const { return m_name; }
-    bool is(const char* name) const { return m_name == QLatin1StringView(name); }
+    bool is(const char* name) const { return m_nameUtf8 == name; }
     // The case's labelled values; "_0" holds an unlabelled one.
     JsonObjectIn payload() const;
     [[noreturn]] void failUnknownCase(std::string_view typeName) const;
 
 private:
     const JsonIn& m_in;
+    std::string m_nameUtf8;
     QString m_name;
-    QByteArray m_nameUtf8;
     JsonPath m_payloadPath;
-    QJsonValue m_payload;
+    JsonIn m_payload;
 };
 
 // {"name": payload}
-QJsonObject taggedJson(const char* name, QJsonObject payload = {});
+JsonObject taggedJson(const char* name, JsonObject payload = {});
 
 // Whole documents: pretty-printed with sorted keys.
-QByteArray writeJsonDocument(const QJsonValue& root);
+QByteArray writeJsonDocument(const JsonValue& root);
 // Parses bytes into a root value; a syntax error becomes a JsonError with the offset.
-QJsonValue readJsonDocument(const QByteArray& bytes);
+JsonValue readJsonDocument(const QByteArray& bytes);
 
 } // namespace orvane

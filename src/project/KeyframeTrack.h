@@ -97,7 +97,7 @@ void fromJson(const JsonIn& in, Keyframe<Value>& out) {
 }
 
 template <Lerpable Value>
-QJsonValue toJson(const Keyframe<Value>& k) {
+JsonValue toJson(const Keyframe<Value>& k) {
     JsonObjectOut o;
     o.set("time", k.time).set("value", k.value).set("easing", k.easing);
     return o.take();
@@ -109,7 +109,7 @@ void fromJson(const JsonIn& in, KeyframeTrack<Value>& out) {
 }
 
 template <Lerpable Value>
-QJsonValue toJson(const KeyframeTrack<Value>& track) {
+JsonValue toJson(const KeyframeTrack<Value>& track) {
     JsonObjectOut o;
     o.set("keyframes", track.keyframes);
     return o.take();

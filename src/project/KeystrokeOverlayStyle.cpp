@@ -9,7 +9,7 @@ void fromJson(const JsonIn& in, KeystrokeOverlayStyle& out) {
     out.position = o.required<KeystrokeOverlayStyle::KeystrokePosition>("position");
 }
 
-QJsonValue toJson(const KeystrokeOverlayStyle& value) {
+JsonValue toJson(const KeystrokeOverlayStyle& value) {
     JsonObjectOut o;
     o.set("fontSize", value.fontSize)
         .set("displayDuration", value.displayDuration)

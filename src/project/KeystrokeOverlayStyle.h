@@ -31,6 +31,6 @@ constexpr std::string_view enumTypeName(KeystrokeOverlayStyle::KeystrokePosition
 }
 
 void fromJson(const JsonIn& in, KeystrokeOverlayStyle& out);
-QJsonValue toJson(const KeystrokeOverlayStyle& value);
+JsonValue toJson(const KeystrokeOverlayStyle& value);
 
 } // namespace orvane

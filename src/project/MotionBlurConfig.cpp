@@ -11,7 +11,7 @@ void fromJson(const JsonIn& in, MotionBlurConfig& out) {
     out.panStrength = o.required<double>("panStrength");
 }
 
-QJsonValue toJson(const MotionBlurConfig& value) {
+JsonValue toJson(const MotionBlurConfig& value) {
     JsonObjectOut o;
     o.set("cursorStrength", value.cursorStrength)
         .set("zoomStrength", value.zoomStrength)

@@ -22,6 +22,6 @@ struct MotionBlurConfig {
 };
 
 void fromJson(const JsonIn& in, MotionBlurConfig& out);
-QJsonValue toJson(const MotionBlurConfig& value);
+JsonValue toJson(const MotionBlurConfig& value);
 
 } // namespace orvane

@@ -13,7 +13,7 @@ void fromJson(const JsonIn& in, PerspectiveStyle& out) {
     out.depth = o.value("depth", d.depth);
 }
 
-QJsonValue toJson(const PerspectiveStyle& value) {
+JsonValue toJson(const PerspectiveStyle& value) {
     JsonObjectOut o;
     o.set("isEnabled", value.isEnabled)
         .set("tiltX", value.tiltX)

@@ -17,6 +17,6 @@ struct PerspectiveStyle {
 };
 
 void fromJson(const JsonIn& in, PerspectiveStyle& out);
-QJsonValue toJson(const PerspectiveStyle& value);
+JsonValue toJson(const PerspectiveStyle& value);
 
 } // namespace orvane

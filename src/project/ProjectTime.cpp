@@ -31,7 +31,7 @@ void fromJson(const JsonIn& in, ProjectTime& out) {
     out.seconds = JsonObjectIn(in).required<double>("seconds");
 }
 
-QJsonValue toJson(const ProjectTime& value) {
+JsonValue toJson(const ProjectTime& value) {
     JsonObjectOut o;
     o.set("seconds", value.seconds);
     return o.take();
@@ -43,7 +43,7 @@ void fromJson(const JsonIn& in, TimeRange& out) {
     out.duration = o.required<ProjectTime>("duration");
 }
 
-QJsonValue toJson(const TimeRange& value) {
+JsonValue toJson(const TimeRange& value) {
     JsonObjectOut o;
     o.set("start", value.start).set("duration", value.duration);
     return o.take();

@@ -90,7 +90,7 @@ struct std::hash<orvane::ProjectTime> {
 
 namespace orvane {
 void fromJson(const JsonIn& in, ProjectTime& out);
-QJsonValue toJson(const ProjectTime& value);
+JsonValue toJson(const ProjectTime& value);
 void fromJson(const JsonIn& in, TimeRange& out);
-QJsonValue toJson(const TimeRange& value);
+JsonValue toJson(const TimeRange& value);
 } // namespace orvane

@@ -56,7 +56,7 @@ void fromJson(const JsonIn& in, RGBAColor& out) {
     out.a = o.required<double>("a");
 }
 
-QJsonValue toJson(const RGBAColor& value) {
+JsonValue toJson(const RGBAColor& value) {
     JsonObjectOut o;
     o.set("r", value.r).set("g", value.g).set("b", value.b).set("a", value.a);
     return o.take();

@@ -38,5 +38,5 @@ inline RGBAColor lerp(const RGBAColor& x, const RGBAColor& y, double t) {
 
 namespace orvane {
 void fromJson(const JsonIn& in, RGBAColor& out);
-QJsonValue toJson(const RGBAColor& value);
+JsonValue toJson(const RGBAColor& value);
 } // namespace orvane

@@ -12,7 +12,7 @@ void fromJson(const JsonIn& in, SceneDetectionConfig& out) {
     out.transitionDuration = o.required<double>("transitionDuration");
 }
 
-QJsonValue toJson(const SceneDetectionConfig& value) {
+JsonValue toJson(const SceneDetectionConfig& value) {
     JsonObjectOut o;
     o.set("isEnabled", value.isEnabled)
         .set("sensitivity", value.sensitivity)

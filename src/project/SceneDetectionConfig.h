@@ -20,6 +20,6 @@ struct SceneDetectionConfig {
 };
 
 void fromJson(const JsonIn& in, SceneDetectionConfig& out);
-QJsonValue toJson(const SceneDetectionConfig& value);
+JsonValue toJson(const SceneDetectionConfig& value);
 
 } // namespace orvane

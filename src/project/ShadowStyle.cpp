@@ -13,7 +13,7 @@ void fromJson(const JsonIn& in, ShadowStyle& out) {
     out.opacity = o.required<double>("opacity");
 }
 
-QJsonValue toJson(const ShadowStyle& value) {
+JsonValue toJson(const ShadowStyle& value) {
     JsonObjectOut o;
     o.set("color", value.color)
         .set("radius", value.radius)

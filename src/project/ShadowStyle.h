@@ -23,6 +23,6 @@ struct ShadowStyle {
 };
 
 void fromJson(const JsonIn& in, ShadowStyle& out);
-QJsonValue toJson(const ShadowStyle& value);
+JsonValue toJson(const ShadowStyle& value);
 
 } // namespace orvane

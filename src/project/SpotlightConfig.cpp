@@ -13,7 +13,7 @@ void fromJson(const JsonIn& in, SpotlightConfig& out) {
     out.followsCursor = o.required<bool>("followsCursor");
 }
 
-QJsonValue toJson(const SpotlightConfig& value) {
+JsonValue toJson(const SpotlightConfig& value) {
     JsonObjectOut o;
     o.set("isEnabled", value.isEnabled)
         .set("radius", value.radius)

@@ -19,6 +19,6 @@ struct SpotlightConfig {
 };
 
 void fromJson(const JsonIn& in, SpotlightConfig& out);
-QJsonValue toJson(const SpotlightConfig& value);
+JsonValue toJson(const SpotlightConfig& value);
 
 } // namespace orvane

@@ -12,7 +12,7 @@ void fromJson(const JsonIn& in, SpotlightStyle& out) {
     out.falloff = o.required<double>("falloff");
 }
 
-QJsonValue toJson(const SpotlightStyle& value) {
+JsonValue toJson(const SpotlightStyle& value) {
     JsonObjectOut o;
     o.set("isEnabled", value.isEnabled)
         .set("color", value.color)

@@ -20,6 +20,6 @@ struct SpotlightStyle {
 };
 
 void fromJson(const JsonIn& in, SpotlightStyle& out);
-QJsonValue toJson(const SpotlightStyle& value);
+JsonValue toJson(const SpotlightStyle& value);
 
 } // namespace orvane

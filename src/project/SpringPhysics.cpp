@@ -11,7 +11,7 @@ void fromJson(const JsonIn& in, SpringPhysics& out) {
     out.mass = o.required<double>("mass");
 }
 
-QJsonValue toJson(const SpringPhysics& value) {
+JsonValue toJson(const SpringPhysics& value) {
     JsonObjectOut o;
     o.set("tension", value.tension).set("friction", value.friction).set("mass", value.mass);
     return o.take();

@@ -23,6 +23,6 @@ struct SpringPhysics {
 };
 
 void fromJson(const JsonIn& in, SpringPhysics& out);
-QJsonValue toJson(const SpringPhysics& value);
+JsonValue toJson(const SpringPhysics& value);
 
 } // namespace orvane

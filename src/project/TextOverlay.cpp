@@ -12,7 +12,7 @@ void fromJson(const JsonIn& in, TextOverlay& out) {
     out.animation = o.required<TextOverlay::Animation>("animation");
 }
 
-QJsonValue toJson(const TextOverlay& value) {
+JsonValue toJson(const TextOverlay& value) {
     JsonObjectOut o;
     o.set("id", value.id)
         .set("text", value.text)

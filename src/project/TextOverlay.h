@@ -94,6 +94,6 @@ constexpr std::string_view enumTypeName(TextOverlay::Animation) {
 }
 
 void fromJson(const JsonIn& in, TextOverlay& out);
-QJsonValue toJson(const TextOverlay& value);
+JsonValue toJson(const TextOverlay& value);
 
 } // namespace orvane

@@ -36,7 +36,7 @@ void fromJson(const JsonIn& in, StrokeStyle& out) {
     out.color = o.required<RGBAColor>("color");
 }
 
-QJsonValue toJson(const StrokeStyle& value) {
+JsonValue toJson(const StrokeStyle& value) {
     JsonObjectOut o;
     o.set("width", value.width).set("color", value.color);
     return o.take();
@@ -55,7 +55,7 @@ void fromJson(const JsonIn& in, TextStyle& out) {
     out.shadow = o.required<ShadowStyle>("shadow");
 }
 
-QJsonValue toJson(const TextStyle& value) {
+JsonValue toJson(const TextStyle& value) {
     JsonObjectOut o;
     o.set("fontFamily", value.fontFamily)
         .set("fontSize", value.fontSize)

@@ -21,7 +21,7 @@ struct StrokeStyle {
 };
 
 void fromJson(const JsonIn& in, StrokeStyle& out);
-QJsonValue toJson(const StrokeStyle& value);
+JsonValue toJson(const StrokeStyle& value);
 
 // How a text overlay's glyphs and the plate behind them look. The family is a name the renderer resolves
 // through the system's font matching, so a family that is not installed still gives legible text.
@@ -63,6 +63,6 @@ constexpr std::string_view enumTypeName(TextStyle::FontWeight) {
 }
 
 void fromJson(const JsonIn& in, TextStyle& out);
-QJsonValue toJson(const TextStyle& value);
+JsonValue toJson(const TextStyle& value);
 
 } // namespace orvane

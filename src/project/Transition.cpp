@@ -88,7 +88,7 @@ void fromJson(const JsonIn& in, Transition& out) {
     out.easing = o.required<EasingCurve>("easing");
 }
 
-QJsonValue toJson(const Transition& value) {
+JsonValue toJson(const Transition& value) {
     JsonObjectOut o;
     o.set("kind", value.kind).set("duration", value.duration).set("easing", value.easing);
     return o.take();

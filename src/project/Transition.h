@@ -71,6 +71,6 @@ struct Transition {
 };
 
 void fromJson(const JsonIn& in, Transition& out);
-QJsonValue toJson(const Transition& value);
+JsonValue toJson(const Transition& value);
 
 } // namespace orvane

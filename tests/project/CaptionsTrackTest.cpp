@@ -14,17 +14,17 @@ namespace {
 
 template <class T>
 T roundTrip(const T& value) {
-    const QByteArray bytes = writeJsonDocument(QJsonObject{{QStringLiteral("v"), toJson(value)}});
+    const QByteArray bytes = writeJsonDocument(JsonObject{{QStringLiteral("v"), toJson(value)}});
     const JsonPath root;
     const JsonIn in(readJsonDocument(bytes), root);
     return JsonObjectIn(in).required<T>("v");
 }
 
 template <class T>
-std::string decodeError(const QJsonValue& value) {
+std::string decodeError(const JsonValue& value) {
     try {
         const JsonPath root;
-        const JsonIn in(QJsonObject{{QStringLiteral("v"), value}}, root);
+        const JsonIn in(JsonObject{{QStringLiteral("v"), value}}, root);
         JsonObjectIn(in).required<T>("v");
     } catch (const JsonError& e) {
         return e.what();
@@ -76,21 +76,21 @@ TEST(CaptionPosition, AnchorsAndDefaults) {
 }
 
 TEST(CaptionsJson, StyleDocumentHasItsEightRequiredKeys) {
-    const QJsonObject document = readJsonDocument(R"({
+    const JsonObject document = readJsonDocument(R"({
         "fontSize": 44, "fontWeight": "semibold", "color": {"r": 1, "g": 1, "b": 1, "a": 1},
         "backgroundColor": {"r": 0, "g": 0, "b": 0, "a": 0.72}, "position": "bottom",
         "maxWidthFraction": 0.82, "wordHighlight": true, "highlightColor": {"r": 1, "g": 0.84, "b": 0.2, "a": 1}
     })")
-                                     .toObject();
+                                    .toObject();
     EXPECT_EQ(decodeJson<CaptionsStyle>(JsonIn(document, JsonPath())), CaptionsStyle::defaults());
     EXPECT_EQ(toJson(CaptionsStyle::defaults()).toObject(), document);
     for (const QString& key : document.keys()) {
-        QJsonObject partial = document;
+        JsonObject partial = document;
         partial.remove(key);
         EXPECT_EQ(decodeError<CaptionsStyle>(partial),
                   "v." + key.toStdString() + ": required key is missing");
     }
-    QJsonObject unknown = document;
+    JsonObject unknown = document;
     unknown.insert(QStringLiteral("position"), QStringLiteral("middle"));
     EXPECT_EQ(decodeError<CaptionsStyle>(unknown), R"(v.position: unknown case "middle" of CaptionPosition)");
 
@@ -113,12 +113,12 @@ TEST(CaptionsJson, WordsAreOptionalAndOrderIsKept) {
     CaptionsTrack track = trackOf({plain, timed, noWords});
     track.style.position = CaptionPosition::top;
 
-    const QJsonObject encoded = toJson(track).toObject();
-    const QJsonArray captions = encoded.value(QStringLiteral("captions")).toArray();
+    const JsonObject encoded = toJson(track).toObject();
+    const JsonArray captions = encoded.value(QStringLiteral("captions")).toArray();
     ASSERT_EQ(captions.size(), 3);
     EXPECT_FALSE(captions[0].toObject().contains(QStringLiteral("words")));
     EXPECT_EQ(captions[1].toObject().value(QStringLiteral("time")).toObject(),
-              (QJsonObject{{QStringLiteral("seconds"), 1}}));
+              (JsonObject{{QStringLiteral("seconds"), 1}}));
     // An empty list is not the same as no word timing.
     EXPECT_EQ(captions[2].toObject().value(QStringLiteral("words")).toArray().size(), 0);
 
@@ -130,7 +130,7 @@ TEST(CaptionsJson, WordsAreOptionalAndOrderIsKept) {
 
 TEST(CaptionsJson, MissingRequiredKeysNameTheirPath) {
     const CaptionsTrack track = trackOf({caption(1, 2, "a")});
-    QJsonObject object = toJson(track).toObject();
+    JsonObject object = toJson(track).toObject();
     object.remove(QStringLiteral("style"));
     EXPECT_EQ(decodeError<CaptionsTrack>(object), "v.style: required key is missing");
     object = toJson(track).toObject();
@@ -138,22 +138,21 @@ TEST(CaptionsJson, MissingRequiredKeysNameTheirPath) {
     EXPECT_EQ(decodeError<CaptionsTrack>(object), "v.captions: required key is missing");
 
     for (const char* key : {"id", "time", "duration", "text"}) {
-        QJsonObject c = toJson(track.captions[0]).toObject();
-        c.remove(QLatin1StringView(key));
-        EXPECT_EQ(decodeError<CaptionsTrack>(QJsonObject{{QStringLiteral("captions"), QJsonArray{c}},
-                                                         {QStringLiteral("style"), toJson(track.style)}}),
+        JsonObject c = toJson(track.captions[0]).toObject();
+        c.remove(std::string_view(key));
+        EXPECT_EQ(decodeError<CaptionsTrack>(JsonObject{{QStringLiteral("captions"), JsonArray{c}},
+                                                        {QStringLiteral("style"), toJson(track.style)}}),
                   std::string("v.captions[0].") + key + ": required key is missing");
     }
     for (const char* key : {"start", "duration", "text"}) {
-        QJsonObject word =
-            toJson(CaptionWord{ProjectTime(1), ProjectTime(1), QStringLiteral("w")}).toObject();
-        word.remove(QLatin1StringView(key));
-        QJsonObject c = toJson(track.captions[0]).toObject();
-        c.insert(QStringLiteral("words"), QJsonArray{word});
+        JsonObject word = toJson(CaptionWord{ProjectTime(1), ProjectTime(1), QStringLiteral("w")}).toObject();
+        word.remove(std::string_view(key));
+        JsonObject c = toJson(track.captions[0]).toObject();
+        c.insert(QStringLiteral("words"), JsonArray{word});
         EXPECT_EQ(decodeError<Caption>(c), std::string("v.words[0].") + key + ": required key is missing");
     }
     // A time is an object with "seconds", never a bare number.
-    QJsonObject bare = toJson(track.captions[0]).toObject();
+    JsonObject bare = toJson(track.captions[0]).toObject();
     bare.insert(QStringLiteral("time"), 1.0);
     EXPECT_EQ(decodeError<Caption>(bare), "v.time: expected an object");
 }

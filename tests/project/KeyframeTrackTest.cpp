@@ -204,8 +204,8 @@ TEST(AnimationBag, AlternatingArrayJson) {
     AnimationBag bag;
     bag.tracks[AnimatablePropertyID::blur] = KeyframeTrack<double>({key(0, 0), key(1, 50)});
     bag.tracks[AnimatablePropertyID::opacity] = KeyframeTrack<double>({key(0.5, 1)});
-    const QJsonObject json = toJson(bag).toObject();
-    const QJsonArray pairs = json.value(QStringLiteral("tracks")).toArray();
+    const JsonObject json = toJson(bag).toObject();
+    const JsonArray pairs = json.value(QStringLiteral("tracks")).toArray();
     ASSERT_EQ(pairs.size(), 4);
     EXPECT_TRUE(pairs.at(0).isString());
     EXPECT_TRUE(pairs.at(1).isObject());

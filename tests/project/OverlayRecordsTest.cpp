@@ -16,8 +16,6 @@
 #include "project/TextStyle.h"
 #include "project/Transition.h"
 
-#include <QJsonDocument>
-
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -30,28 +28,28 @@ namespace {
 
 template <class T>
 T roundTrip(const T& value) {
-    const QByteArray bytes = writeJsonDocument(QJsonObject{{QStringLiteral("v"), toJson(value)}});
+    const QByteArray bytes = writeJsonDocument(JsonObject{{QStringLiteral("v"), toJson(value)}});
     const JsonPath root;
     const JsonIn in(readJsonDocument(bytes), root);
     return JsonObjectIn(in).required<T>("v");
 }
 
 template <class T>
-T decode(const QJsonObject& object) {
+T decode(const JsonObject& object) {
     const JsonPath root;
     return decodeJson<T>(JsonIn(object, root));
 }
 
-QJsonObject parseObject(const char* json) {
+JsonObject parseObject(const char* json) {
     return readJsonDocument(QByteArray(json)).toObject();
 }
 
 // The error text of decoding `object` as the value of a key "v", or "no error".
 template <class T>
-std::string decodeError(const QJsonObject& object) {
+std::string decodeError(const JsonObject& object) {
     try {
         const JsonPath root;
-        const JsonIn in(QJsonObject{{QStringLiteral("v"), object}}, root);
+        const JsonIn in(JsonObject{{QStringLiteral("v"), object}}, root);
         JsonObjectIn(in).required<T>("v");
     } catch (const JsonError& e) {
         return e.what();
@@ -80,12 +78,12 @@ void expectEveryCaseRoundTrips() {
 // exactly its keys, and leaving out any key but `optionalKeys` fails the decoding with that key's path.
 template <class T>
 void expectDocument(const char* json, const T& expected, const std::vector<QString>& optionalKeys = {}) {
-    const QJsonObject document = parseObject(json);
+    const JsonObject document = parseObject(json);
     ASSERT_FALSE(document.isEmpty()) << json;
     EXPECT_EQ(decode<T>(document), expected) << json;
     EXPECT_EQ(toJson(expected).toObject(), document) << json;
     for (const QString& key : document.keys()) {
-        QJsonObject partial = document;
+        JsonObject partial = document;
         partial.remove(key);
         const bool optional = std::find(optionalKeys.begin(), optionalKeys.end(), key) != optionalKeys.end();
         const std::string expectedError =
@@ -201,7 +199,7 @@ TEST(TextOverlay, RoundTripsAndFailsOnUnknownCases) {
     overlay.animation = TextOverlay::Animation::typewriter;
     EXPECT_EQ(roundTrip(overlay), overlay);
 
-    QJsonObject object = toJson(overlay).toObject();
+    JsonObject object = toJson(overlay).toObject();
     object.insert(QStringLiteral("position"), QStringLiteral("middle"));
     EXPECT_EQ(decodeError<TextOverlay>(object),
               R"(v.position: unknown case "middle" of TextOverlay.Position)");
@@ -209,7 +207,7 @@ TEST(TextOverlay, RoundTripsAndFailsOnUnknownCases) {
     object.remove(QStringLiteral("animation"));
     EXPECT_EQ(decodeError<TextOverlay>(object), "v.animation: required key is missing");
     object = toJson(overlay).toObject();
-    object.insert(QStringLiteral("style"), QJsonObject{});
+    object.insert(QStringLiteral("style"), JsonObject{});
     EXPECT_EQ(decodeError<TextOverlay>(object), "v.style.fontFamily: required key is missing");
     object = toJson(overlay).toObject();
     object.insert(QStringLiteral("unknownKey"), 1);
@@ -261,10 +259,10 @@ TEST(Annotation, EndPositionMayBeMissingAndStaysAbsent) {
     arrow.endPosition = NormalizedPoint{0.9, 0.1};
     EXPECT_EQ(roundTrip(arrow), arrow);
     // A null reads as absent, the form older writers may have used.
-    QJsonObject withNull = toJson(annotation).toObject();
-    withNull.insert(QStringLiteral("endPosition"), QJsonValue::Null);
+    JsonObject withNull = toJson(annotation).toObject();
+    withNull.insert(QStringLiteral("endPosition"), JsonValue::Null);
     EXPECT_EQ(decode<Annotation>(withNull), annotation);
-    QJsonObject wrongType = toJson(annotation).toObject();
+    JsonObject wrongType = toJson(annotation).toObject();
     wrongType.insert(QStringLiteral("endPosition"), 0.5);
     EXPECT_EQ(decodeError<Annotation>(wrongType), "v.endPosition: expected an object");
 }
@@ -337,7 +335,7 @@ TEST(Transition, DocumentFormAndUnknownKind) {
         const Transition t{entry.value, ProjectTime(0.3), EasingCurve::easeOut()};
         EXPECT_EQ(roundTrip(t), t) << entry.name;
     }
-    QJsonObject object = toJson(wipe).toObject();
+    JsonObject object = toJson(wipe).toObject();
     object.insert(QStringLiteral("kind"), QStringLiteral("morph"));
     EXPECT_EQ(decodeError<Transition>(object), R"(v.kind: unknown case "morph" of TransitionKind)");
 }
@@ -449,13 +447,13 @@ TEST(EffectRecords, ChangedValuesRoundTrip) {
 }
 
 TEST(EffectRecords, WrongTypesFailEvenWhereTheValueWouldFit) {
-    QJsonObject trail = toJson(CursorTrailConfig::defaults()).toObject();
+    JsonObject trail = toJson(CursorTrailConfig::defaults()).toObject();
     trail.insert(QStringLiteral("trailLength"), 15.5);
     EXPECT_EQ(decodeError<CursorTrailConfig>(trail), "v.trailLength: expected an integer");
-    QJsonObject blur = toJson(DepthOfFieldConfig::defaults()).toObject();
+    JsonObject blur = toJson(DepthOfFieldConfig::defaults()).toObject();
     blur.insert(QStringLiteral("isEnabled"), 1);
     EXPECT_EQ(decodeError<DepthOfFieldConfig>(blur), "v.isEnabled: expected true or false");
-    QJsonObject keys = toJson(KeystrokeOverlayStyle::defaults()).toObject();
+    JsonObject keys = toJson(KeystrokeOverlayStyle::defaults()).toObject();
     keys.insert(QStringLiteral("position"), QStringLiteral("middle"));
     EXPECT_EQ(decodeError<KeystrokeOverlayStyle>(keys),
               R"(v.position: unknown case "middle" of KeystrokeOverlayStyle.KeystrokePosition)");
@@ -465,7 +463,7 @@ TEST(SceneDetectionConfig, TransitionKindIsFreeText) {
     SceneDetectionConfig config = SceneDetectionConfig::defaults();
     config.transitionKind = QStringLiteral("morphCut");
     EXPECT_EQ(roundTrip(config), config);
-    QJsonObject object = toJson(SceneDetectionConfig::defaults()).toObject();
+    JsonObject object = toJson(SceneDetectionConfig::defaults()).toObject();
     object.insert(QStringLiteral("transitionKind"), QStringLiteral(""));
     EXPECT_EQ(decode<SceneDetectionConfig>(object).transitionKind, QString());
     object.insert(QStringLiteral("transitionKind"), 3);

@@ -104,7 +104,7 @@ TEST(NormalizedRect, DenormalizeIsInverseOfInit) {
 namespace {
 template <class T>
 T roundTrip(const T& value) {
-    const QByteArray bytes = writeJsonDocument(QJsonObject{{QStringLiteral("v"), toJson(value)}});
+    const QByteArray bytes = writeJsonDocument(JsonObject{{QStringLiteral("v"), toJson(value)}});
     const JsonPath root;
     const JsonIn in(readJsonDocument(bytes), root);
     return JsonObjectIn(in).required<T>("v");
@@ -124,7 +124,7 @@ std::string decodeError(const char* json) {
 } // namespace
 
 TEST(PrimitiveJson, FormsAndRoundTrips) {
-    EXPECT_EQ(toJson(ProjectTime(2.5)).toObject(), (QJsonObject{{QStringLiteral("seconds"), 2.5}}));
+    EXPECT_EQ(toJson(ProjectTime(2.5)).toObject(), (JsonObject{{QStringLiteral("seconds"), 2.5}}));
     EXPECT_EQ(roundTrip(TimeRange{ProjectTime(1.25), ProjectTime(3)}),
               (TimeRange{ProjectTime(1.25), ProjectTime(3)}));
     EXPECT_EQ(roundTrip(NormalizedPoint{0.1, 0.9}), (NormalizedPoint{0.1, 0.9}));
@@ -142,7 +142,7 @@ TEST(PrimitiveJson, UuidsAreUpperCaseAndStrict) {
     EXPECT_EQ(text, text.toUpper());
     EXPECT_EQ(text.size(), 36);
     EXPECT_EQ(roundTrip(id), id);
-    EXPECT_EQ(decodeJson<QUuid>(JsonIn(QJsonValue(text.toLower()), JsonPath())), id);
+    EXPECT_EQ(decodeJson<QUuid>(JsonIn(JsonValue(text.toLower()), JsonPath())), id);
     EXPECT_EQ(decodeError<QUuid>(R"({"v": "{12345678-1234-1234-1234-123456789ABC}"})"),
               "v: expected a UUID string");
     EXPECT_EQ(decodeError<QUuid>(R"({"v": "12345678-1234-1234-1234-123456789ABG"})"),
@@ -154,7 +154,7 @@ TEST(PrimitiveJson, DatesAreWholeSecondsWithZ) {
     EXPECT_EQ(toJson(date).toString(), QStringLiteral("2024-03-09T14:05:07Z"));
     EXPECT_EQ(roundTrip(date), date.addMSecs(-830));
     EXPECT_EQ(
-        decodeJson<QDateTime>(JsonIn(QJsonValue(QStringLiteral("2024-03-09T16:05:07+02:00")), JsonPath())),
+        decodeJson<QDateTime>(JsonIn(JsonValue(QStringLiteral("2024-03-09T16:05:07+02:00")), JsonPath())),
         date.addMSecs(-830));
     EXPECT_EQ(decodeError<QDateTime>(R"({"v": "2024-03-09T14:05:07"})"),
               "v: expected an ISO-8601 date string");

@@ -11,8 +11,6 @@
 #include "project/ShadowStyle.h"
 #include "project/SpotlightStyle.h"
 
-#include <QJsonDocument>
-
 #include <gtest/gtest.h>
 
 #include <string>
@@ -47,11 +45,11 @@ T roundTrip(const T& value) {
 }
 
 // Compact text with sorted keys, so that a mismatch prints readably and key order does not matter.
-std::string compact(const QJsonValue& value) {
-    return QJsonDocument(value.toObject()).toJson(QJsonDocument::Compact).toStdString();
+std::string compact(const JsonValue& value) {
+    return writeCompactJson(value).toStdString();
 }
 std::string compact(const char* json) {
-    return compact(QJsonDocument::fromJson(QByteArray(json)).object());
+    return compact(readJsonDocument(QByteArray(json)));
 }
 
 template <JsonEnum E>
@@ -142,25 +140,25 @@ TEST(StyleRecordsJson, HandWrittenDefaultDocumentsMatchTheDefaults) {
 }
 
 TEST(StyleRecordsJson, CameraOverlayRequiresMirrorButNotBackgroundRemoval) {
-    QJsonObject full = toJson(CameraOverlay::defaults()).toObject();
+    JsonObject full = toJson(CameraOverlay::defaults()).toObject();
     full.insert(QStringLiteral("backgroundRemoval"), QStringLiteral("transparent"));
-    const auto decode = [](const QJsonObject& o) {
+    const auto decode = [](const JsonObject& o) {
         const JsonPath root;
         return decodeJson<CameraOverlay>(JsonIn(o, root));
     };
     EXPECT_EQ(decode(full).backgroundRemoval, CameraOverlay::BackgroundRemovalMode::transparent);
 
-    QJsonObject withoutRemoval = full;
+    JsonObject withoutRemoval = full;
     withoutRemoval.remove(QStringLiteral("backgroundRemoval"));
     EXPECT_EQ(decode(withoutRemoval), CameraOverlay::defaults());
-    QJsonObject nullRemoval = full;
-    nullRemoval.insert(QStringLiteral("backgroundRemoval"), QJsonValue::Null);
+    JsonObject nullRemoval = full;
+    nullRemoval.insert(QStringLiteral("backgroundRemoval"), JsonValue::Null);
     EXPECT_EQ(decode(nullRemoval).backgroundRemoval, CameraOverlay::BackgroundRemovalMode::off);
 
-    QJsonObject withoutMirror = full;
+    JsonObject withoutMirror = full;
     withoutMirror.remove(QStringLiteral("mirror"));
     EXPECT_THROW(decode(withoutMirror), JsonError);
-    QJsonObject unknownRemoval = full;
+    JsonObject unknownRemoval = full;
     unknownRemoval.insert(QStringLiteral("backgroundRemoval"), QStringLiteral("green"));
     EXPECT_THROW(decode(unknownRemoval), JsonError);
 }
@@ -213,7 +211,7 @@ TEST(StyleRecordsJson, EnumerationStringsAreTheDocumentForms) {
               (Names{"centerOnCursor", "ruleOfThirds", "followWithLead"}));
     EXPECT_EQ(toJson(ChromeStyle::WindowTheme::auto_).toString(), QStringLiteral("auto"));
     const JsonPath root;
-    EXPECT_EQ(decodeJson<CameraLayout>(JsonIn(QJsonValue(QStringLiteral("fullscreen")), root)),
+    EXPECT_EQ(decodeJson<CameraLayout>(JsonIn(JsonValue(QStringLiteral("fullscreen")), root)),
               CameraLayout::fullscreen);
 }
 
