@@ -29,17 +29,18 @@ public:
     JsonArray() = default;
     JsonArray(std::initializer_list<JsonValue> items);
 
-    qsizetype size() const { return qsizetype(m_items.size()); }
-    bool isEmpty() const { return m_items.empty(); }
-    const JsonValue& at(qsizetype i) const { return m_items[std::size_t(i)]; }
-    const JsonValue& operator[](qsizetype i) const { return m_items[std::size_t(i)]; }
-    JsonValue& operator[](qsizetype i) { return m_items[std::size_t(i)]; }
+    // Defined after JsonValue: the element type must be complete there.
+    qsizetype size() const;
+    bool isEmpty() const;
+    const JsonValue& at(qsizetype i) const;
+    const JsonValue& operator[](qsizetype i) const;
+    JsonValue& operator[](qsizetype i);
     void append(JsonValue value);
-    void removeAt(qsizetype i) { m_items.erase(m_items.begin() + i); }
-    void reserve(qsizetype n) { m_items.reserve(std::size_t(n)); }
+    void removeAt(qsizetype i);
+    void reserve(qsizetype n);
 
-    auto begin() const { return m_items.begin(); }
-    auto end() const { return m_items.end(); }
+    std::vector<JsonValue>::const_iterator begin() const;
+    std::vector<JsonValue>::const_iterator end() const;
 
     bool operator==(const JsonArray& other) const;
 
@@ -54,8 +55,8 @@ public:
     JsonObject() = default;
     JsonObject(std::initializer_list<JsonMember> members);
 
-    qsizetype size() const { return qsizetype(m_members.size()); }
-    bool isEmpty() const { return m_members.empty(); }
+    qsizetype size() const;
+    bool isEmpty() const;
     // The value under `key`, or an undefined value when there is none. With repeated keys the last
     // one counts, as when a reader fills a dictionary in order.
     const JsonValue& value(std::string_view key) const;
@@ -74,7 +75,7 @@ public:
     void remove(QStringView key);
 
     const std::vector<std::pair<std::string, JsonValue>>& members() const { return m_members; }
-    void reserve(qsizetype n) { m_members.reserve(std::size_t(n)); }
+    void reserve(qsizetype n);
 
     // Member order does not matter.
     bool operator==(const JsonObject& other) const;
@@ -158,6 +159,43 @@ struct JsonMember {
         : key(k.toStdString())
         , value(std::move(v)) {}
 };
+
+inline qsizetype JsonArray::size() const {
+    return qsizetype(m_items.size());
+}
+inline bool JsonArray::isEmpty() const {
+    return m_items.empty();
+}
+inline const JsonValue& JsonArray::at(qsizetype i) const {
+    return m_items[std::size_t(i)];
+}
+inline const JsonValue& JsonArray::operator[](qsizetype i) const {
+    return m_items[std::size_t(i)];
+}
+inline JsonValue& JsonArray::operator[](qsizetype i) {
+    return m_items[std::size_t(i)];
+}
+inline void JsonArray::removeAt(qsizetype i) {
+    m_items.erase(m_items.begin() + i);
+}
+inline void JsonArray::reserve(qsizetype n) {
+    m_items.reserve(std::size_t(n));
+}
+inline std::vector<JsonValue>::const_iterator JsonArray::begin() const {
+    return m_items.begin();
+}
+inline std::vector<JsonValue>::const_iterator JsonArray::end() const {
+    return m_items.end();
+}
+inline qsizetype JsonObject::size() const {
+    return qsizetype(m_members.size());
+}
+inline bool JsonObject::isEmpty() const {
+    return m_members.empty();
+}
+inline void JsonObject::reserve(qsizetype n) {
+    m_members.reserve(std::size_t(n));
+}
 
 struct JsonSyntaxError {
     std::size_t offset = 0;
