@@ -1,5 +1,6 @@
 #include "project/CaptionsTrack.h"
 
+#include "common/JsonTestSupport.h"
 #include "project/Json.h"
 
 #include <gtest/gtest.h>
@@ -12,24 +13,11 @@ using namespace orvane;
 
 namespace {
 
-template <class T>
-T roundTrip(const T& value) {
-    const QByteArray bytes = writeJsonDocument(JsonObject{{QStringLiteral("v"), toJson(value)}});
-    const JsonPath root;
-    const JsonIn in(readJsonDocument(bytes), root);
-    return JsonObjectIn(in).required<T>("v");
-}
+using test::jsonRoundTrip;
 
 template <class T>
 std::string decodeError(const JsonValue& value) {
-    try {
-        const JsonPath root;
-        const JsonIn in(JsonObject{{QStringLiteral("v"), value}}, root);
-        JsonObjectIn(in).required<T>("v");
-    } catch (const JsonError& e) {
-        return e.what();
-    }
-    return "no error";
+    return test::jsonDecodeError<T>(value, "v");
 }
 
 Caption caption(double time, double duration, const char* text) {
@@ -99,7 +87,7 @@ TEST(CaptionsJson, StyleDocumentHasItsEightRequiredKeys) {
         style.position = entry.value;
         style.fontWeight = TextStyle::FontWeight::black;
         style.wordHighlight = false;
-        EXPECT_EQ(roundTrip(style), style) << entry.name;
+        EXPECT_EQ(jsonRoundTrip(style), style) << entry.name;
     }
 }
 
@@ -123,7 +111,7 @@ TEST(CaptionsJson, WordsAreOptionalAndOrderIsKept) {
     EXPECT_EQ(captions[2].toObject().value(QStringLiteral("words")).toArray().size(), 0);
 
     // Stored order is the order of making, not of time; loading does not sort.
-    const CaptionsTrack loaded = roundTrip(track);
+    const CaptionsTrack loaded = jsonRoundTrip(track);
     EXPECT_EQ(loaded, track);
     EXPECT_EQ(loaded.captions[0].text, QStringLiteral("later"));
 }

@@ -1,3 +1,4 @@
+#include "common/JsonTestSupport.h"
 #include "project/Annotation.h"
 #include "project/ChromaticAberrationConfig.h"
 #include "project/ColorGrade.h"
@@ -26,18 +27,11 @@ using namespace orvane;
 
 namespace {
 
-template <class T>
-T roundTrip(const T& value) {
-    const QByteArray bytes = writeJsonDocument(JsonObject{{QStringLiteral("v"), toJson(value)}});
-    const JsonPath root;
-    const JsonIn in(readJsonDocument(bytes), root);
-    return JsonObjectIn(in).required<T>("v");
-}
+using test::jsonRoundTrip;
 
 template <class T>
 T decode(const JsonObject& object) {
-    const JsonPath root;
-    return decodeJson<T>(JsonIn(object, root));
+    return test::decodeJsonValue<T>(object);
 }
 
 JsonObject parseObject(const char* json) {
@@ -47,14 +41,7 @@ JsonObject parseObject(const char* json) {
 // The error text of decoding `object` as the value of a key "v", or "no error".
 template <class T>
 std::string decodeError(const JsonObject& object) {
-    try {
-        const JsonPath root;
-        const JsonIn in(JsonObject{{QStringLiteral("v"), object}}, root);
-        JsonObjectIn(in).required<T>("v");
-    } catch (const JsonError& e) {
-        return e.what();
-    }
-    return "no error";
+    return test::jsonDecodeError<T>(object, "v");
 }
 
 template <class E>
@@ -69,7 +56,7 @@ std::vector<std::string> caseNames() {
 template <class E>
 void expectEveryCaseRoundTrips() {
     for (const auto& entry : enumEntries(E{})) {
-        EXPECT_EQ(roundTrip(entry.value), entry.value) << entry.name;
+        EXPECT_EQ(jsonRoundTrip(entry.value), entry.value) << entry.name;
         EXPECT_EQ(toJson(entry.value).toString().toStdString(), entry.name);
     }
 }
@@ -123,7 +110,7 @@ TEST(TextStyle, PresetsDifferOnlyInTheirTableColumns) {
                                  StrokeStyle{0, RGBAColor{0, 0, 0, 1}},
                                  row.shadow};
         EXPECT_EQ(row.style, expected) << row.fontSize;
-        EXPECT_EQ(roundTrip(row.style), row.style);
+        EXPECT_EQ(jsonRoundTrip(row.style), row.style);
     }
     EXPECT_EQ(TextStyle(), TextStyle::defaults());
 }
@@ -197,7 +184,7 @@ TEST(TextOverlay, RoundTripsAndFailsOnUnknownCases) {
     overlay.style = TextStyle::titleCard();
     overlay.position = TextOverlay::Position::lowerThird;
     overlay.animation = TextOverlay::Animation::typewriter;
-    EXPECT_EQ(roundTrip(overlay), overlay);
+    EXPECT_EQ(jsonRoundTrip(overlay), overlay);
 
     JsonObject object = toJson(overlay).toObject();
     object.insert(QStringLiteral("position"), QStringLiteral("middle"));
@@ -227,7 +214,7 @@ TEST(ImageOverlay, RoundTripsItsBookmarkAndRequiresEveryKey) {
                                        25);
     overlay.cornerRadius = 12;
     overlay.shadow = ShadowStyle::dramatic();
-    EXPECT_EQ(roundTrip(overlay), overlay);
+    EXPECT_EQ(jsonRoundTrip(overlay), overlay);
 
     expectDocument(R"({
         "id": "6F9619FF-8B86-D011-B42D-00C04FC964FF",
@@ -251,13 +238,13 @@ TEST(Annotation, EndPositionMayBeMissingAndStaysAbsent) {
     EXPECT_EQ(annotation.kind, Annotation::AnnotationKind::circle);
     EXPECT_EQ(annotation.animation, Annotation::AnnotationAnimation::pulse);
     EXPECT_FALSE(toJson(annotation).toObject().contains(QStringLiteral("endPosition")));
-    EXPECT_EQ(roundTrip(annotation), annotation);
+    EXPECT_EQ(jsonRoundTrip(annotation), annotation);
     expectDocument(json, annotation);
 
     Annotation arrow = annotation;
     arrow.kind = Annotation::AnnotationKind::arrow;
     arrow.endPosition = NormalizedPoint{0.9, 0.1};
-    EXPECT_EQ(roundTrip(arrow), arrow);
+    EXPECT_EQ(jsonRoundTrip(arrow), arrow);
     // A null reads as absent, the form older writers may have used.
     JsonObject withNull = toJson(annotation).toObject();
     withNull.insert(QStringLiteral("endPosition"), JsonValue::Null);
@@ -333,7 +320,7 @@ TEST(Transition, DocumentFormAndUnknownKind) {
                    wipe);
     for (const auto& entry : enumEntries(TransitionKind{})) {
         const Transition t{entry.value, ProjectTime(0.3), EasingCurve::easeOut()};
-        EXPECT_EQ(roundTrip(t), t) << entry.name;
+        EXPECT_EQ(jsonRoundTrip(t), t) << entry.name;
     }
     JsonObject object = toJson(wipe).toObject();
     object.insert(QStringLiteral("kind"), QStringLiteral("morph"));
@@ -374,7 +361,7 @@ TEST(ColorGrade, OptionalLutFieldsAreLeftOutAndNumbersRequired) {
         ColorGrade::neutral());
     ColorGrade graded{
         0.3, 1.1, 0.9, 0.2, -0.4, 0.05, -0.5, 0.25, QStringLiteral("Film"), QByteArray("bookmark")};
-    EXPECT_EQ(roundTrip(graded), graded);
+    EXPECT_EQ(jsonRoundTrip(graded), graded);
     expectDocument(
         R"({"exposure": 0.3, "contrast": 1.1, "saturation": 0.9, "vibrance": 0.2, "temperature": -0.4,
                        "tint": 0.05, "highlights": -0.5, "shadows": 0.25, "lutName": "Film",
@@ -429,20 +416,22 @@ TEST(EffectRecords, DefaultsMatchTheirDocumentsAndEveryKeyIsRequired) {
 }
 
 TEST(EffectRecords, ChangedValuesRoundTrip) {
-    EXPECT_EQ(roundTrip(KeystrokeOverlayStyle{40, 0.75, KeystrokeOverlayStyle::KeystrokePosition::topCenter}),
-              (KeystrokeOverlayStyle{40, 0.75, KeystrokeOverlayStyle::KeystrokePosition::topCenter}));
-    EXPECT_EQ(roundTrip(DepthOfFieldConfig{true, 0.3, 12.5, 0.4}),
+    EXPECT_EQ(
+        jsonRoundTrip(KeystrokeOverlayStyle{40, 0.75, KeystrokeOverlayStyle::KeystrokePosition::topCenter}),
+        (KeystrokeOverlayStyle{40, 0.75, KeystrokeOverlayStyle::KeystrokePosition::topCenter}));
+    EXPECT_EQ(jsonRoundTrip(DepthOfFieldConfig{true, 0.3, 12.5, 0.4}),
               (DepthOfFieldConfig{true, 0.3, 12.5, 0.4}));
-    EXPECT_EQ(roundTrip(ChromaticAberrationConfig{true, 7, false}),
+    EXPECT_EQ(jsonRoundTrip(ChromaticAberrationConfig{true, 7, false}),
               (ChromaticAberrationConfig{true, 7, false}));
-    EXPECT_EQ(roundTrip(DynamicVignetteConfig{true, 0.9, 0.25, false}),
+    EXPECT_EQ(jsonRoundTrip(DynamicVignetteConfig{true, 0.9, 0.25, false}),
               (DynamicVignetteConfig{true, 0.9, 0.25, false}));
-    EXPECT_EQ(roundTrip(FilmLookConfig{true, 0.5, 1, 0.3, 0.2}), (FilmLookConfig{true, 0.5, 1, 0.3, 0.2}));
+    EXPECT_EQ(jsonRoundTrip(FilmLookConfig{true, 0.5, 1, 0.3, 0.2}),
+              (FilmLookConfig{true, 0.5, 1, 0.3, 0.2}));
     const CursorTrailConfig trail{true, 40, 2.5, RGBAColor{0.1, 0.2, 0.3, 0.4}, false, false};
-    EXPECT_EQ(roundTrip(trail), trail);
-    EXPECT_EQ(roundTrip(SpotlightConfig{true, 0.2, 0.8, 0, false}),
+    EXPECT_EQ(jsonRoundTrip(trail), trail);
+    EXPECT_EQ(jsonRoundTrip(SpotlightConfig{true, 0.2, 0.8, 0, false}),
               (SpotlightConfig{true, 0.2, 0.8, 0, false}));
-    EXPECT_EQ(roundTrip(ContentAwareZoomConfig{true, false, true, false, 3.5}),
+    EXPECT_EQ(jsonRoundTrip(ContentAwareZoomConfig{true, false, true, false, 3.5}),
               (ContentAwareZoomConfig{true, false, true, false, 3.5}));
 }
 
@@ -462,7 +451,7 @@ TEST(EffectRecords, WrongTypesFailEvenWhereTheValueWouldFit) {
 TEST(SceneDetectionConfig, TransitionKindIsFreeText) {
     SceneDetectionConfig config = SceneDetectionConfig::defaults();
     config.transitionKind = QStringLiteral("morphCut");
-    EXPECT_EQ(roundTrip(config), config);
+    EXPECT_EQ(jsonRoundTrip(config), config);
     JsonObject object = toJson(SceneDetectionConfig::defaults()).toObject();
     object.insert(QStringLiteral("transitionKind"), QStringLiteral(""));
     EXPECT_EQ(decode<SceneDetectionConfig>(object).transitionKind, QString());

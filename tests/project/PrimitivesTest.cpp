@@ -1,3 +1,4 @@
+#include "common/JsonTestSupport.h"
 #include "project/Geometry.h"
 #include "project/Json.h"
 #include "project/Lerp.h"
@@ -102,38 +103,24 @@ TEST(NormalizedRect, DenormalizeIsInverseOfInit) {
 }
 
 namespace {
-template <class T>
-T roundTrip(const T& value) {
-    const QByteArray bytes = writeJsonDocument(JsonObject{{QStringLiteral("v"), toJson(value)}});
-    const JsonPath root;
-    const JsonIn in(readJsonDocument(bytes), root);
-    return JsonObjectIn(in).required<T>("v");
-}
-
+using test::jsonRoundTrip;
 template <class T>
 std::string decodeError(const char* json) {
-    try {
-        const JsonPath root;
-        const JsonIn in(readJsonDocument(QByteArray(json)), root);
-        JsonObjectIn(in).required<T>("v");
-    } catch (const JsonError& e) {
-        return e.what();
-    }
-    return "no error";
+    return test::jsonDecodeError<T>(readJsonDocument(QByteArray(json))["v"], "v");
 }
 } // namespace
 
 TEST(PrimitiveJson, FormsAndRoundTrips) {
     EXPECT_EQ(toJson(ProjectTime(2.5)).toObject(), (JsonObject{{QStringLiteral("seconds"), 2.5}}));
-    EXPECT_EQ(roundTrip(TimeRange{ProjectTime(1.25), ProjectTime(3)}),
+    EXPECT_EQ(jsonRoundTrip(TimeRange{ProjectTime(1.25), ProjectTime(3)}),
               (TimeRange{ProjectTime(1.25), ProjectTime(3)}));
-    EXPECT_EQ(roundTrip(NormalizedPoint{0.1, 0.9}), (NormalizedPoint{0.1, 0.9}));
-    EXPECT_EQ(roundTrip(NormalizedRect{0.1, 0.2, 0.3, 0.4}), (NormalizedRect{0.1, 0.2, 0.3, 0.4}));
-    EXPECT_EQ(roundTrip(RGBAColor{0.1, 0.2, 0.3, 0.4}), (RGBAColor{0.1, 0.2, 0.3, 0.4}));
-    EXPECT_EQ(roundTrip(Size{1920, 1080}), (Size{1920, 1080}));
+    EXPECT_EQ(jsonRoundTrip(NormalizedPoint{0.1, 0.9}), (NormalizedPoint{0.1, 0.9}));
+    EXPECT_EQ(jsonRoundTrip(NormalizedRect{0.1, 0.2, 0.3, 0.4}), (NormalizedRect{0.1, 0.2, 0.3, 0.4}));
+    EXPECT_EQ(jsonRoundTrip(RGBAColor{0.1, 0.2, 0.3, 0.4}), (RGBAColor{0.1, 0.2, 0.3, 0.4}));
+    EXPECT_EQ(jsonRoundTrip(Size{1920, 1080}), (Size{1920, 1080}));
     // Doubles survive exactly, not just approximately.
-    EXPECT_EQ(roundTrip(1.0 / 3.0), 1.0 / 3.0);
-    EXPECT_EQ(roundTrip(QByteArray("\x00\xff bookmark", 11)), QByteArray("\x00\xff bookmark", 11));
+    EXPECT_EQ(jsonRoundTrip(1.0 / 3.0), 1.0 / 3.0);
+    EXPECT_EQ(jsonRoundTrip(QByteArray("\x00\xff bookmark", 11)), QByteArray("\x00\xff bookmark", 11));
 }
 
 TEST(PrimitiveJson, UuidsAreUpperCaseAndStrict) {
@@ -141,7 +128,7 @@ TEST(PrimitiveJson, UuidsAreUpperCaseAndStrict) {
     const QString text = toJson(id).toString();
     EXPECT_EQ(text, text.toUpper());
     EXPECT_EQ(text.size(), 36);
-    EXPECT_EQ(roundTrip(id), id);
+    EXPECT_EQ(jsonRoundTrip(id), id);
     EXPECT_EQ(decodeJson<QUuid>(JsonIn(JsonValue(text.toLower()), JsonPath())), id);
     EXPECT_EQ(decodeError<QUuid>(R"({"v": "{12345678-1234-1234-1234-123456789ABC}"})"),
               "v: expected a UUID string");
@@ -152,7 +139,7 @@ TEST(PrimitiveJson, UuidsAreUpperCaseAndStrict) {
 TEST(PrimitiveJson, DatesAreWholeSecondsWithZ) {
     const QDateTime date(QDate(2024, 3, 9), QTime(14, 5, 7, 830), Qt::UTC);
     EXPECT_EQ(toJson(date).toString(), QStringLiteral("2024-03-09T14:05:07Z"));
-    EXPECT_EQ(roundTrip(date), date.addMSecs(-830));
+    EXPECT_EQ(jsonRoundTrip(date), date.addMSecs(-830));
     EXPECT_EQ(
         decodeJson<QDateTime>(JsonIn(JsonValue(QStringLiteral("2024-03-09T16:05:07+02:00")), JsonPath())),
         date.addMSecs(-830));

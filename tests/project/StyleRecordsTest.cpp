@@ -1,3 +1,4 @@
+#include "common/JsonTestSupport.h"
 #include "project/AudioConfig.h"
 #include "project/AutoZoomConfig.h"
 #include "project/BackgroundStyle.h"
@@ -21,27 +22,12 @@ using namespace orvane;
 namespace {
 
 // Every style record is a JSON object, so each can be the root of a document of its own.
-template <class T>
-T decodeText(const char* json) {
-    const JsonPath root;
-    return decodeJson<T>(JsonIn(readJsonDocument(QByteArray(json)), root));
-}
+using test::decodeJsonText;
+using test::jsonRoundTrip;
 
 template <class T>
 std::string decodeError(const char* json) {
-    try {
-        decodeText<T>(json);
-    } catch (const JsonError& e) {
-        return e.what();
-    }
-    return "no error";
-}
-
-template <class T>
-T roundTrip(const T& value) {
-    const QByteArray text = writeJsonDocument(toJson(value));
-    const JsonPath root;
-    return decodeJson<T>(JsonIn(readJsonDocument(text), root));
+    return test::jsonDecodeError<T>(readJsonDocument(QByteArray(json)));
 }
 
 // Compact text with sorted keys, so that a mismatch prints readably and key order does not matter.
@@ -65,9 +51,9 @@ using Names = std::vector<std::string_view>;
 } // namespace
 
 TEST(StyleRecordsJson, EmptyObjectIsDefaultOnlyForLenientRecords) {
-    EXPECT_EQ(decodeText<FrameStyle>("{}"), FrameStyle::defaults());
-    EXPECT_EQ(decodeText<CursorStyle>("{}"), CursorStyle::defaults());
-    EXPECT_EQ(decodeText<PerspectiveStyle>("{}"), PerspectiveStyle::defaults());
+    EXPECT_EQ(decodeJsonText<FrameStyle>("{}"), FrameStyle::defaults());
+    EXPECT_EQ(decodeJsonText<CursorStyle>("{}"), CursorStyle::defaults());
+    EXPECT_EQ(decodeJsonText<PerspectiveStyle>("{}"), PerspectiveStyle::defaults());
 
     EXPECT_EQ(decodeError<AudioConfig>("{}"), "systemAudioVolume: required key is missing");
     EXPECT_EQ(decodeError<ShadowStyle>("{}"), "color: required key is missing");
@@ -78,7 +64,7 @@ TEST(StyleRecordsJson, EmptyObjectIsDefaultOnlyForLenientRecords) {
 }
 
 TEST(StyleRecordsJson, LenientRecordsDefaultMissingAndNullKeysButRejectWrongTypes) {
-    FrameStyle frame = decodeText<FrameStyle>(R"({"cornerRadius": 4, "paddingFraction": null,
+    FrameStyle frame = decodeJsonText<FrameStyle>(R"({"cornerRadius": 4, "paddingFraction": null,
                                                   "chrome": {"mobile": {"device": "pixel8"}}})");
     EXPECT_EQ(frame.cornerRadius, 4);
     EXPECT_EQ(frame.paddingFraction, 0.08);
@@ -87,10 +73,10 @@ TEST(StyleRecordsJson, LenientRecordsDefaultMissingAndNullKeysButRejectWrongType
     frame.chrome = ChromeStyle::none();
     EXPECT_EQ(frame, FrameStyle::defaults());
 
-    const CursorStyle cursor = decodeText<CursorStyle>(R"({"shape": "iBeam", "spotlight": null})");
+    const CursorStyle cursor = decodeJsonText<CursorStyle>(R"({"shape": "iBeam", "spotlight": null})");
     EXPECT_EQ(cursor.shape, CursorShape::iBeam);
     EXPECT_EQ(cursor.spotlight, SpotlightStyle::none());
-    EXPECT_EQ(decodeText<PerspectiveStyle>(R"({"isEnabled": true})").depth, 0.35);
+    EXPECT_EQ(decodeJsonText<PerspectiveStyle>(R"({"isEnabled": true})").depth, 0.35);
 
     EXPECT_EQ(decodeError<FrameStyle>(R"({"cornerRadius": "16"})"), "cornerRadius: expected a number");
     EXPECT_EQ(decodeError<PerspectiveStyle>(R"({"isEnabled": 1})"), "isEnabled: expected true or false");
@@ -105,16 +91,16 @@ TEST(StyleRecordsJson, LenientRecordsDefaultMissingAndNullKeysButRejectWrongType
 }
 
 TEST(StyleRecordsJson, HandWrittenDefaultDocumentsMatchTheDefaults) {
-    EXPECT_EQ(decodeText<AudioConfig>(
+    EXPECT_EQ(decodeJsonText<AudioConfig>(
                   R"({"systemAudioVolume": 1, "micVolume": 1, "ducking": true, "noiseSuppression": true})"),
               AudioConfig::defaults());
-    EXPECT_EQ(decodeText<AutoZoomConfig>(R"({
+    EXPECT_EQ(decodeJsonText<AutoZoomConfig>(R"({
         "isEnabled": true, "clickSensitivity": 0.7, "zoomLevel": 1.8,
         "easing": {"kind": "spring", "p1x": 0.65, "p1y": 0, "p2x": 0.35, "p2y": 1},
         "zoomInDuration": 0.85, "minHoldDuration": 0.7, "zoomOutDuration": 0.5,
         "composition": "ruleOfThirds", "centerPull": 0.45, "maxZoomsPerMinute": 12})"),
               AutoZoomConfig::defaults());
-    EXPECT_EQ(decodeText<CameraOverlay>(R"({
+    EXPECT_EQ(decodeJsonText<CameraOverlay>(R"({
         "isEnabled": false, "position": {"x": 0.92, "y": 0.92}, "sizeFraction": 0.18, "shape": "circle",
         "borderWidth": 4, "borderColor": {"r": 1, "g": 1, "b": 1, "a": 1},
         "shadow": {"color": {"r": 0, "g": 0, "b": 0, "a": 1}, "radius": 60, "offsetX": 0, "offsetY": 24,
@@ -122,13 +108,14 @@ TEST(StyleRecordsJson, HandWrittenDefaultDocumentsMatchTheDefaults) {
         "deviceUniqueID": "", "mirror": true, "backgroundRemoval": "off"})"),
               CameraOverlay::defaults());
     EXPECT_EQ(
-        decodeText<ClickRippleStyle>(R"({"isEnabled": true, "color": {"r": 1, "g": 1, "b": 1, "a": 0.85},
+        decodeJsonText<ClickRippleStyle>(R"({"isEnabled": true, "color": {"r": 1, "g": 1, "b": 1, "a": 0.85},
                                                "maxRadius": 80, "duration": 0.6, "thickness": 4, "fadeOut": true})"),
         ClickRippleStyle::defaults());
-    EXPECT_EQ(decodeText<SpotlightStyle>(R"({"isEnabled": true, "color": {"r": 1, "g": 1, "b": 1, "a": 0.15},
+    EXPECT_EQ(
+        decodeJsonText<SpotlightStyle>(R"({"isEnabled": true, "color": {"r": 1, "g": 1, "b": 1, "a": 0.15},
                                              "radius": 80, "falloff": 0.6})"),
-              SpotlightStyle::subtle());
-    EXPECT_EQ(decodeText<FrameStyle>(R"({"innerBorderColor": {"r": 1, "g": 1, "b": 1, "a": 0.08},
+        SpotlightStyle::subtle());
+    EXPECT_EQ(decodeJsonText<FrameStyle>(R"({"innerBorderColor": {"r": 1, "g": 1, "b": 1, "a": 0.08},
                                          "innerBorderWidth": 1, "chrome": {"none": {}}})"),
               FrameStyle::defaults());
     EXPECT_EQ(decodeError<AutoZoomConfig>(R"({
@@ -171,14 +158,14 @@ TEST(StyleRecordsJson, NonDefaultRecordsRoundTripThroughText) {
         ChromeStyle::macOSWindow(QStringLiteral("Terminal — ~/src"), ChromeStyle::WindowTheme::auto_);
     frame.innerBorderColor = RGBAColor{0.1, 0.2, 0.3, 1.0 / 3.0};
     frame.perspective = PerspectiveStyle{true, -12.5, 7, 0.9};
-    EXPECT_EQ(roundTrip(frame), frame);
+    EXPECT_EQ(jsonRoundTrip(frame), frame);
 
     CursorStyle cursor;
     cursor.isVisible = false;
     cursor.shape = CursorShape::resizeDiagonal;
     cursor.clickRipple = ClickRippleStyle::none();
     cursor.spotlight = SpotlightStyle::subtle();
-    EXPECT_EQ(roundTrip(cursor), cursor);
+    EXPECT_EQ(jsonRoundTrip(cursor), cursor);
 
     CameraOverlay camera;
     camera.position = {0.08, 0.5};
@@ -186,15 +173,15 @@ TEST(StyleRecordsJson, NonDefaultRecordsRoundTripThroughText) {
     camera.deviceUniqueID = QStringLiteral("usb-0000:00:14.0-3");
     camera.mirror = false;
     camera.backgroundRemoval = CameraOverlay::BackgroundRemovalMode::blur;
-    EXPECT_EQ(roundTrip(camera), camera);
+    EXPECT_EQ(jsonRoundTrip(camera), camera);
 
     AutoZoomConfig zoom;
     zoom.easing = EasingCurve::appleStandard();
     zoom.composition = AutoZoomConfig::CompositionStyle::followWithLead;
     zoom.maxZoomsPerMinute = 3;
-    EXPECT_EQ(roundTrip(zoom), zoom);
+    EXPECT_EQ(jsonRoundTrip(zoom), zoom);
 
-    EXPECT_EQ(roundTrip(AudioConfig{0.5, 2, false, true}), (AudioConfig{0.5, 2, false, true}));
+    EXPECT_EQ(jsonRoundTrip(AudioConfig{0.5, 2, false, true}), (AudioConfig{0.5, 2, false, true}));
 }
 
 TEST(StyleRecordsJson, EnumerationStringsAreTheDocumentForms) {
@@ -292,10 +279,10 @@ TEST(BackgroundStyle, EveryCaseHasItsTaggedFormAndRoundTrips) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.json);
         EXPECT_EQ(compact(toJson(c.style)), compact(c.json));
-        EXPECT_EQ(decodeText<BackgroundStyle>(c.json), c.style);
-        EXPECT_EQ(roundTrip(c.style), c.style);
+        EXPECT_EQ(decodeJsonText<BackgroundStyle>(c.json), c.style);
+        EXPECT_EQ(jsonRoundTrip(c.style), c.style);
     }
-    EXPECT_EQ(roundTrip(BackgroundStyle::defaults()), BackgroundStyle::defaults());
+    EXPECT_EQ(jsonRoundTrip(BackgroundStyle::defaults()), BackgroundStyle::defaults());
 }
 
 TEST(ChromeStyle, EveryCaseHasItsTaggedFormAndRoundTrips) {
@@ -317,18 +304,18 @@ TEST(ChromeStyle, EveryCaseHasItsTaggedFormAndRoundTrips) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.json);
         EXPECT_EQ(compact(toJson(c.style)), compact(c.json));
-        EXPECT_EQ(decodeText<ChromeStyle>(c.json), c.style);
-        EXPECT_EQ(roundTrip(c.style), c.style);
+        EXPECT_EQ(decodeJsonText<ChromeStyle>(c.json), c.style);
+        EXPECT_EQ(jsonRoundTrip(c.style), c.style);
     }
 
     // An empty URL is a value, not an absence.
     EXPECT_NE(ChromeStyle::browser(ChromeStyle::BrowserTheme::arc, QString()),
               ChromeStyle::browser(ChromeStyle::BrowserTheme::arc));
-    const auto browser = decodeText<ChromeStyle>(R"({"browser": {"theme": "arc", "urlText": null}})");
+    const auto browser = decodeJsonText<ChromeStyle>(R"({"browser": {"theme": "arc", "urlText": null}})");
     ASSERT_TRUE(std::holds_alternative<ChromeStyle::Browser>(browser.value));
     EXPECT_FALSE(std::get<ChromeStyle::Browser>(browser.value).urlText.has_value());
     // The payload of `none` is ignored but must still be an object.
-    EXPECT_EQ(decodeText<ChromeStyle>(R"({"none": {"extra": 1}})"), ChromeStyle::none());
+    EXPECT_EQ(decodeJsonText<ChromeStyle>(R"({"none": {"extra": 1}})"), ChromeStyle::none());
     EXPECT_EQ(decodeError<ChromeStyle>(R"({"none": true})"), "none: expected an object");
 }
 
