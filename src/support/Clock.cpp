@@ -10,15 +10,21 @@ namespace {
 
 class QtTimerHandle : public TimerHandle {
 public:
-    QtTimerHandle(double seconds, std::function<void()> fire) {
-        m_timer.setSingleShot(true);
-        m_timer.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&m_timer, &QTimer::timeout, [fire = std::move(fire)] { fire(); });
-        m_timer.start(std::max(0, int(seconds * 1000.0 + 0.5)));
+    QtTimerHandle(double seconds, std::function<void()> fire)
+        : m_timer(new QTimer) {
+        m_timer->setSingleShot(true);
+        m_timer->setTimerType(Qt::PreciseTimer);
+        QObject::connect(m_timer, &QTimer::timeout, [fire = std::move(fire)] { fire(); });
+        m_timer->start(std::max(0, int(seconds * 1000.0 + 0.5)));
+    }
+    // A handle is often dropped from inside its own timeout; the timer goes once that has returned.
+    ~QtTimerHandle() override {
+        m_timer->stop();
+        m_timer->deleteLater();
     }
 
 private:
-    QTimer m_timer;
+    QTimer* m_timer;
 };
 
 class SystemClock : public Clock {

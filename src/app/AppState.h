@@ -1,0 +1,148 @@
+#pragma once
+
+#include "AppTypes.h"
+#include "UndoManager.h"
+#include "project/ProjectBundle.h"
+#include "project/RecentProjectsStore.h"
+#include "support/Clock.h"
+#include "support/Error.h"
+#include "support/UserDefaults.h"
+
+#include <QCoro/QCoroTask>
+#include <QObject>
+#include <QString>
+
+#include <tl/expected.hpp>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace orvane {
+
+// The one application object. Every door (views, menus, the agent, the loopback API, the command line)
+// acts through it. Main thread only; observers hear of every change through the signals below.
+class AppState : public QObject {
+    Q_OBJECT
+public:
+    static constexpr int levelsOfUndo = 50;
+    static constexpr const char* recordingSaveDirectoryKey = "recordingSaveDirectory";
+    static constexpr double terminationTimeoutSeconds = 8.0;
+
+    struct Services {
+        UserDefaults& defaults;
+        RecentProjectsStore& recents;
+        Clock& clock;
+    };
+
+    AppState();
+    explicit AppState(Services services);
+    ~AppState() override;
+
+    // The process-wide instance, set by the constructor.
+    static AppState* shared();
+
+    // ---- state --------------------------------------------------------------------------------------
+    UndoManager& undoManager() { return m_undoManager; }
+    int undoStackVersion() const { return m_undoStackVersion; }
+    const std::shared_ptr<ProjectBundle>& currentBundle() const { return m_currentBundle; }
+    const PermissionsState& permissions() const { return m_permissions; }
+    void setPermissions(const PermissionsState& permissions);
+    const RecordingPhase& recordingPhase() const { return m_recordingPhase; }
+    void setRecordingPhase(const RecordingPhase& phase);
+    AppScreen screen() const { return m_screen; }
+    void setScreen(AppScreen screen);
+    const std::optional<AppError>& lastError() const { return m_lastError; }
+    void setLastError(std::optional<AppError> error);
+    bool isExporting() const { return m_isExporting; }
+    void setIsExporting(bool exporting);
+    bool includesMicrophone() const { return m_includesMicrophone; }
+    bool includesSystemAudio() const { return m_includesSystemAudio; }
+    bool includesCamera() const { return m_includesCamera; }
+
+    // Request counters: raised by one to ask a view for a one-shot reaction.
+    int saveAcknowledgementNonce() const { return m_saveAcknowledgementNonce; }
+    void requestSaveAcknowledgement();
+
+    bool isRecording() const { return m_recordingPhase.isCountingDown() || m_recordingPhase.isRecording(); }
+    bool canStartRecording() const {
+        return !isRecording() && !m_isExporting &&
+               m_permissions.screenRecording == PermissionsState::Status::granted;
+    }
+
+    // The folder for new projects: "recordingSaveDirectory" when set and not empty, else
+    // Movies/Orvane Screen (home when the system names no Movies folder).
+    QString recordingsRootDirectory() const;
+    void setRecordingsRootDirectory(const QString& path);
+    static QString moviesDirectory();
+
+    // ---- projects -----------------------------------------------------------------------------------
+    tl::expected<std::shared_ptr<ProjectBundle>, Error> createProject(const QString& name, int width,
+                                                                      int height, int frameRate);
+    // The open project, or a new "Recording <date>" one for a recording or an import to land in.
+    tl::expected<std::shared_ptr<ProjectBundle>, Error> ensureBundle();
+    // On failure sets lastError with "Browse…" and "Open in Finder" and keeps the current project.
+    bool openProject(const QString& path);
+    // What the Browse action runs; the desktop build shows the open panel here.
+    void setOpenPanelHandler(std::function<void()> handler) { m_openPanelHandler = std::move(handler); }
+    void openProject();
+    static QString filteredProjectName(const QString& name);
+
+    // ---- edits and undo -----------------------------------------------------------------------------
+    // Mutates the open project now, saves, and registers one undo step named `name`. A mutation that
+    // throws keeps its partial change and a save is due, but leaves no undo step; its error comes back.
+    tl::expected<void, Error> performEdit(const QString& name, const std::function<void(Project&)>& mutate);
+    // Registers the step for a gesture whose live changes were already applied and saved.
+    void commitEdit(const QString& name, const Project& projectBefore);
+    QString undoTitle() const;
+    QString redoTitle() const;
+    void undo() { m_undoManager.undo(); }
+    void redo() { m_undoManager.redo(); }
+
+    // ---- recording (the capture flow joins this) ----------------------------------------------------
+    QCoro::Task<void> stopCapture();
+
+    // ---- termination --------------------------------------------------------------------------------
+    enum class TerminateReply { now, later };
+    // Flushes the open project; when a recording runs, stops it and answers later through `reply`,
+    // exactly once: when the stop ends or after 8 seconds, whichever comes first.
+    TerminateReply applicationShouldTerminate(std::function<void(bool)> reply);
+
+Q_SIGNALS:
+    void undoStackVersionChanged();
+    void currentBundleChanged();
+    void permissionsChanged();
+    void recordingPhaseChanged();
+    void screenChanged();
+    void lastErrorChanged();
+    void isExportingChanged();
+    void saveAcknowledgementNonceChanged();
+
+private:
+    void setCurrentBundle(std::shared_ptr<ProjectBundle> bundle);
+    void applyProjectSnapshot(const Project& snapshot, const Project& redoSnapshot, const QString& name,
+                              const QUuid& projectID);
+    void registerSnapshotStep(const Project& before, const Project& after, const QString& name);
+    tl::expected<std::shared_ptr<ProjectBundle>, Error> makeBundle(const QString& folder, Project project);
+    void bumpUndoStackVersion();
+
+    UserDefaults& m_defaults;
+    RecentProjectsStore& m_recents;
+    Clock& m_clock;
+
+    UndoManager m_undoManager{levelsOfUndo};
+    int m_undoStackVersion = 0;
+    std::shared_ptr<ProjectBundle> m_currentBundle;
+    PermissionsState m_permissions;
+    RecordingPhase m_recordingPhase = RecordingPhase::idle();
+    bool m_includesMicrophone = true;
+    bool m_includesSystemAudio = true;
+    bool m_includesCamera = false;
+    AppScreen m_screen = AppScreen::welcome;
+    std::optional<AppError> m_lastError;
+    bool m_isExporting = false;
+    int m_saveAcknowledgementNonce = 0;
+    std::function<void()> m_openPanelHandler;
+};
+
+} // namespace orvane

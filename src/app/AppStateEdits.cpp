@@ -1,0 +1,61 @@
+#include "AppState.h"
+
+#include <exception>
+
+namespace orvane {
+
+tl::expected<void, Error> AppState::performEdit(const QString& name,
+                                                const std::function<void(Project&)>& mutate) {
+    if (!m_currentBundle)
+        return {};
+    const Project before = m_currentBundle->project();
+    try {
+        m_currentBundle->update(mutate);
+    } catch (const ErrorException& e) {
+        return tl::unexpected(e.error());
+    } catch (const std::exception& e) {
+        return tl::unexpected(Error::system(QString::fromUtf8(e.what())));
+    }
+    registerSnapshotStep(before, m_currentBundle->project(), name);
+    return {};
+}
+
+void AppState::commitEdit(const QString& name, const Project& projectBefore) {
+    if (!m_currentBundle || projectBefore == m_currentBundle->project())
+        return;
+    registerSnapshotStep(projectBefore, m_currentBundle->project(), name);
+}
+
+void AppState::registerSnapshotStep(const Project& before, const Project& after, const QString& name) {
+    const QUuid projectID = m_currentBundle->project().id;
+    m_undoManager.registerUndo(
+        [this, before, after, name, projectID] { applyProjectSnapshot(before, after, name, projectID); });
+    m_undoManager.setActionName(name);
+}
+
+void AppState::applyProjectSnapshot(const Project& snapshot, const Project& redoSnapshot, const QString& name,
+                                    const QUuid& projectID) {
+    Q_UNUSED(redoSnapshot);
+    if (!m_currentBundle || m_currentBundle->project().id != projectID)
+        return;
+    const Project current = m_currentBundle->project();
+    m_currentBundle->setProject(snapshot);
+    m_currentBundle->scheduleSave();
+    // Registered while undoing, this becomes the redo step; while redoing, the undo step again.
+    m_undoManager.registerUndo([this, current, snapshot, name, projectID] {
+        applyProjectSnapshot(current, snapshot, name, projectID);
+    });
+    m_undoManager.setActionName(name);
+}
+
+QString AppState::undoTitle() const {
+    const QString name = m_undoManager.undoActionName();
+    return !m_undoManager.canUndo() || name.isEmpty() ? tr("Undo") : tr("Undo") + u' ' + name;
+}
+
+QString AppState::redoTitle() const {
+    const QString name = m_undoManager.redoActionName();
+    return !m_undoManager.canRedo() || name.isEmpty() ? tr("Redo") : tr("Redo") + u' ' + name;
+}
+
+} // namespace orvane

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QStringList>
+
+#include <functional>
+#include <map>
+
+namespace orvane {
+
+class AppState;
+
+// `orvane-screen <command> ...`: headless doors onto the same AppState operations the window uses.
+// Each command prints a one-line summary and exits non-zero with the error's text.
+class CommandLine {
+public:
+    using Command = std::function<int(AppState& app, const QStringList& args)>;
+
+    CommandLine();
+    // Runs `args` (without the program name). Prints usage for no command or an unknown one.
+    int run(AppState& app, const QStringList& args);
+    QString usage() const;
+
+private:
+    struct Entry {
+        QString synopsis;
+        Command command;
+    };
+    std::map<QString, Entry> m_commands;
+};
+
+// Helpers shared by the command implementations.
+namespace cli {
+int fail(const QString& message);   // prints to stderr, returns 1
+void print(const QString& message); // stdout, one line
+// Reads "--name value" from `args`, removing both; none when absent.
+std::optional<QString> takeOption(QStringList& args, const QString& name);
+std::optional<int> takeIntOption(QStringList& args, const QString& name, bool& bad);
+} // namespace cli
+
+// Commands, each in the file of its subject.
+int runInfoCommand(AppState& app, const QStringList& args);
+int runNewCommand(AppState& app, const QStringList& args);
+
+} // namespace orvane

@@ -1,0 +1,127 @@
+// The command line, run as the real program in a private home.
+#include "app/BundlePreviewRenderer.h"
+#include "project/ProjectBundle.h"
+
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace orvane;
+
+namespace {
+
+struct Result {
+    int exitCode;
+    QString out;
+    QString err;
+};
+
+Result run(const QTemporaryDir& home, const QStringList& args) {
+    QProcess process;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("HOME"), home.path());
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral(".config")));
+    env.remove(QStringLiteral("XDG_VIDEOS_DIR"));
+    process.setProcessEnvironment(env);
+    process.start(QStringLiteral(ORVANE_SCREEN_BINARY), args);
+    EXPECT_TRUE(process.waitForFinished(30000));
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+} // namespace
+
+TEST(CommandLine, NewThenInfo) {
+    QTemporaryDir home;
+    const Result created =
+        run(home, {QStringLiteral("new"), QStringLiteral("Launch Demo"), QStringLiteral("--width"),
+                   QStringLiteral("1280"), QStringLiteral("--height"), QStringLiteral("720"),
+                   QStringLiteral("--fps"), QStringLiteral("500")});
+    ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
+    EXPECT_TRUE(created.out.contains(QStringLiteral("Launch Demo.orvanescreen")))
+        << created.out.toStdString();
+    EXPECT_TRUE(created.out.contains(QStringLiteral("1280x720 at 120 fps"))) << created.out.toStdString();
+
+    QString folder;
+    for (const QString& line : created.out.split(u'\n'))
+        if (line.startsWith(QStringLiteral("created ")))
+            folder = line.mid(8, line.indexOf(QStringLiteral(" (")) - 8);
+    ASSERT_TRUE(QDir(folder).exists()) << folder.toStdString();
+    EXPECT_TRUE(folder.startsWith(home.path()));
+
+    const QImage preview(QDir(folder).filePath(QStringLiteral("preview.jpg")));
+    ASSERT_FALSE(preview.isNull());
+    EXPECT_EQ(preview.size(), QSize(512, 320));
+
+    const Result info = run(home, {QStringLiteral("info"), folder});
+    ASSERT_EQ(info.exitCode, 0) << info.err.toStdString();
+    EXPECT_TRUE(info.out.contains(QStringLiteral("name: Launch Demo")));
+    EXPECT_TRUE(info.out.contains(QStringLiteral("canvas: 1280x720")));
+    EXPECT_TRUE(info.out.contains(QStringLiteral("frame rate: 120 fps")));
+    EXPECT_TRUE(info.out.contains(QStringLiteral("clips: 0")));
+    EXPECT_TRUE(info.out.contains(QStringLiteral("duration: 00:00.000")));
+    EXPECT_TRUE(info.out.contains(QStringLiteral("versions: 1")));
+}
+
+TEST(CommandLine, ErrorsPrintTheirTextAndFail) {
+    QTemporaryDir home;
+    const Result notAProject = run(home, {QStringLiteral("info"), home.path()});
+    EXPECT_NE(notAProject.exitCode, 0);
+    EXPECT_TRUE(notAProject.err.contains(QStringLiteral("This isn't a Orvane Screen project.")))
+        << notAProject.err.toStdString();
+
+    QDir(home.path()).mkpath(QStringLiteral("Future.orvanescreen"));
+    QFile json(home.filePath(QStringLiteral("Future.orvanescreen/project.json")));
+    ASSERT_TRUE(json.open(QIODevice::WriteOnly));
+    json.write(R"({"schemaVersion": 3})");
+    json.close();
+    const Result newer =
+        run(home, {QStringLiteral("info"), home.filePath(QStringLiteral("Future.orvanescreen"))});
+    EXPECT_NE(newer.exitCode, 0);
+    EXPECT_TRUE(newer.err.contains(QStringLiteral("newer version")));
+
+    EXPECT_NE(run(home, {QStringLiteral("new")}).exitCode, 0);
+    EXPECT_NE(run(home, {QStringLiteral("new"), QStringLiteral("x"), QStringLiteral("--fps"),
+                         QStringLiteral("fast")})
+                  .exitCode,
+              0);
+    EXPECT_NE(run(home, {QStringLiteral("bogus")}).exitCode, 0);
+    EXPECT_NE(run(home, {}).exitCode, 0);
+}
+
+TEST(BundlePreviewRenderer, GradientWithTheNameOrTheFirstFilmstripFrame) {
+    QTemporaryDir dir;
+    Project p;
+    p.name = QStringLiteral("Preview");
+    const QImage card = BundlePreviewRenderer::render(p, dir.path());
+    ASSERT_EQ(card.size(), QSize(512, 320));
+    // Violet at one end, near black at the other, white text in the middle.
+    const QColor topLeft = card.pixelColor(2, 2);
+    const QColor bottomRight = card.pixelColor(509, 317);
+    EXPECT_GT(topLeft.blueF(), bottomRight.blueF() + 0.3);
+    EXPECT_GT(topLeft.redF(), topLeft.greenF());
+    int whitish = 0;
+    for (int x = 150; x < 362; ++x)
+        whitish += card.pixelColor(x, 160).lightnessF() > 0.9;
+    EXPECT_GT(whitish, 5);
+
+    Clip clip;
+    clip.id = QUuid::createUuid();
+    p.timeline.clips.push_back(clip);
+    const QString strip = dir.filePath(QStringLiteral("thumbnails/clip-%1-strip").arg(uuidString(clip.id)));
+    QDir().mkpath(strip);
+    QImage red(64, 36, QImage::Format_RGB32);
+    red.fill(Qt::red);
+    QImage green(64, 36, QImage::Format_RGB32);
+    green.fill(Qt::green);
+    ASSERT_TRUE(green.save(strip + QStringLiteral("/frame-002.JPG"), "jpeg"));
+    ASSERT_TRUE(red.save(strip + QStringLiteral("/frame-001.jpg"), "jpeg"));
+    const QImage fromStrip = BundlePreviewRenderer::render(p, dir.path());
+    EXPECT_EQ(fromStrip.size(), QSize(64, 36));
+    EXPECT_GT(fromStrip.pixelColor(10, 10).redF(), 0.8);
+    EXPECT_TRUE(BundlePreviewRenderer::renderJPEG(p, dir.path())->startsWith("\xff\xd8"));
+}
