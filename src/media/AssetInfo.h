@@ -44,7 +44,7 @@ struct AssetInfo {
     QString brand;     // the QuickTime/MP4 major brand ("qt  ", "isom"), empty for other containers
     // True when the first video track, or the first audio track of a file without video, decodes a frame.
     bool isPlayable = false;
-    // Seconds; may be zero or NaN for a file that holds no timed data.
+    // Seconds; zero for a file that holds no timed data.
     double duration = 0;
     std::vector<VideoTrackInfo> videoTracks;
     std::vector<AudioTrackInfo> audioTracks;

@@ -77,9 +77,9 @@ TEST_F(AudioReaderTest, AnyRateAndLayoutBecomes48kHzStereoAtTheSameLevelAndPitch
         QStringList args;
         float peak;
     };
-    const auto tone = [](const char* spec) {
+    const auto tone = [](const char* source) {
         return QStringList{QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                           QString::fromLatin1(spec)};
+                           QString::fromLatin1(source)};
     };
     const Case cases[] = {
         // 16-bit mono at 44.1 kHz: copied to both sides at full level.

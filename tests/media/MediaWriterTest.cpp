@@ -356,3 +356,39 @@ TEST_F(MediaWriterTest, AFragmentedRecordingSurvivesSigkill) {
     }
     EXPECT_GE(frames, 30);
 }
+
+TEST_F(MediaWriterTest, ATrackThatNeverGetsSamplesLeavesAPlayableMovieAndCancelRemovesTheFile) {
+    // A microphone track that stays silent from start to end, as when the system gives it no samples.
+    const QString file = path("quiet-mic.mov");
+    auto settings = smallVideoSettings();
+    settings.audio.resize(2);
+    {
+        auto writer = MediaWriter::create(file, settings);
+        ASSERT_TRUE(writer);
+        MediaWriter& w = **writer;
+        for (int i = 0; i < 10; ++i) {
+            while (!w.isReadyForVideo())
+                QThread::msleep(1);
+            ASSERT_TRUE(w.appendVideo(w.framePool().acquire(), MediaTime{i * 20, 600}));
+            ASSERT_TRUE(w.appendAudio(0, sine(440, i * 1600, 1600), MediaTime{i * 1600, 48000}));
+        }
+        ASSERT_TRUE(w.finish());
+    }
+    auto info = probeAsset(file);
+    ASSERT_TRUE(info) << info.error().description.toStdString();
+    EXPECT_TRUE(info->isPlayable);
+    EXPECT_EQ(info->videoTracks.size(), 1u);
+    ASSERT_GE(info->audioTracks.size(), 1u);
+    EXPECT_NEAR(info->audioTracks[0].duration.value_or(0), 1.0 / 3, 0.03);
+
+    const QString cancelled = path("cancelled.mov");
+    auto writer = MediaWriter::create(cancelled, settings);
+    ASSERT_TRUE(writer);
+    ASSERT_TRUE((*writer)->appendVideo((*writer)->framePool().acquire(), MediaTime{0, 600}));
+    (*writer)->cancel();
+    EXPECT_FALSE(QFileInfo::exists(cancelled));
+    auto late = (*writer)->appendVideo((*writer)->framePool().acquire(), MediaTime{20, 600});
+    ASSERT_FALSE(late);
+    EXPECT_TRUE(late.error().is(MediaError::cancelled));
+    EXPECT_FALSE((*writer)->finish());
+}
