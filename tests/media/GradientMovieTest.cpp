@@ -28,32 +28,9 @@ void expectNear(Rgb got, Rgb want, int tolerance) {
     EXPECT_NEAR(got.b, want.b, tolerance);
 }
 
-// The sample movie as the sample project makes it, written once for the tests below.
-class GradientMovieTest : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        s_dir = new QTemporaryDir;
-        s_movie = s_dir->filePath(QStringLiteral("bundle/media/sample.mov"));
-        // Something already at the path is replaced.
-        QDir().mkpath(s_dir->filePath(QStringLiteral("bundle/media")));
-        QFile old(s_movie);
-        old.open(QIODevice::WriteOnly);
-        old.write("stale");
-        old.close();
-        s_result = writeGradientMovie(s_movie, Size{1280, 720}, 10, 30);
-    }
-    static void TearDownTestSuite() {
-        delete s_dir;
-        s_dir = nullptr;
-    }
-    static inline QTemporaryDir* s_dir = nullptr;
-    static inline QString s_movie;
-    static inline tl::expected<void, MediaError> s_result;
-};
-
 } // namespace
 
-TEST_F(GradientMovieTest, GradientRowsFollowTheColourFormula) {
+TEST(GradientMovie, GradientRowsFollowTheColourFormula) {
     const VideoFrame start = makeGradientFrame(Size{1280, 720}, 0);
     ASSERT_EQ(start.width(), 1280);
     // progress 0: sin 0, cos 1. Channels are truncated after scaling by 255.
@@ -70,10 +47,20 @@ TEST_F(GradientMovieTest, GradientRowsFollowTheColourFormula) {
     EXPECT_TRUE(makeGradientFrame(Size{0, 720}, 0).isNull());
 }
 
-TEST_F(GradientMovieTest, SampleMovieHasTheSampleProjectsProperties) {
+// The sample movie as the sample project makes it: its properties, and the colours of its frames.
+TEST(GradientMovie, SampleMovieHasTheSampleProjectsPropertiesAndColours) {
     ORVANE_REQUIRE_FFMPEG();
-    ASSERT_TRUE(s_result) << s_result.error().description.toStdString();
-    auto info = probeAsset(s_movie);
+    QTemporaryDir dir;
+    const QString movie = dir.filePath(QStringLiteral("bundle/media/sample.mov"));
+    // The folder is created, and something already at the path is replaced.
+    QDir().mkpath(dir.filePath(QStringLiteral("bundle/media")));
+    QFile old(movie);
+    ASSERT_TRUE(old.open(QIODevice::WriteOnly));
+    old.write("stale");
+    old.close();
+    const auto written = writeGradientMovie(movie, Size{1280, 720}, 10, 30);
+    ASSERT_TRUE(written) << written.error().description.toStdString();
+    auto info = probeAsset(movie);
     ASSERT_TRUE(info) << info.error().description.toStdString();
     EXPECT_EQ(info->brand, QStringLiteral("qt  "));
     EXPECT_TRUE(info->isPlayable);
@@ -86,15 +73,12 @@ TEST_F(GradientMovieTest, SampleMovieHasTheSampleProjectsProperties) {
     EXPECT_EQ(v.frameCount, 300);
     EXPECT_NEAR(v.frameRate, 30, 1e-6);
     const QString tool = ffprobe(
-        s_movie, QStringLiteral("stream=codec_name,width,height,r_frame_rate,nb_frames:format=format_name"));
+        movie, QStringLiteral("stream=codec_name,width,height,r_frame_rate,nb_frames:format=format_name"));
     EXPECT_TRUE(tool.contains(QStringLiteral("codec_name=h264")));
     EXPECT_TRUE(tool.contains(QStringLiteral("nb_frames=300")));
     EXPECT_TRUE(tool.contains(QStringLiteral("r_frame_rate=30/1"))) << tool.toStdString();
-}
 
-TEST_F(GradientMovieTest, FirstMiddleAndLastFramesShowTheirGradient) {
-    ASSERT_TRUE(s_result) << s_result.error().description.toStdString();
-    auto reader = FrameReader::open(s_movie);
+    auto reader = FrameReader::open(movie);
     ASSERT_TRUE(reader);
     for (int index : {0, 150, 299}) {
         SCOPED_TRACE(index);
@@ -106,6 +90,12 @@ TEST_F(GradientMovieTest, FirstMiddleAndLastFramesShowTheirGradient) {
             for (int x : {0, 640, 1279})
                 expectNear(rgbOf((*frame)->pixel(x, y)), rgbOf(want.pixel(x, y)), 4);
     }
+    // The first frame's top and bottom rows, as decoded from the file.
+    auto first = (*reader)->frameAt(0);
+    ASSERT_TRUE(first && *first);
+    expectNear(rgbOf((*first)->pixel(640, 0)), {114, 71, 216}, 4);
+    expectNear(rgbOf((*first)->pixel(640, 719)), {242, 81, 173}, 4);
+    // The last frame is at progress 1, a full turn: the colours of the first again.
     expectNear(rgbOf(makeGradientFrame(Size{1280, 720}, 1).pixel(0, 0)), {114, 71, 216}, 1);
 }
 
