@@ -31,8 +31,8 @@ namespace orvane {
 // than the previous chunk ended leaves silence, audio that overlaps loses its head.
 //
 // Thread-safety: appends, the isReady* calls, the mark*Finished calls and error() may be called from any
-// threads at once. finish() and cancel() are for one thread, after the last append. Lock order: the writer's
-// one queueLock is never held while calling into FFmpeg or the caller.
+// threads at once. finish() and cancel() are for one thread, after the last append. The writer has one lock,
+// queueLock; it is never held while encoding, writing the file, or calling back into the caller.
 class MediaWriter {
 public:
     // Opens the encoders and the file and writes its header. An existing file at `path` is replaced.
