@@ -5,6 +5,8 @@
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
 
+#include <thread>
+
 using namespace orvane;
 using namespace std::chrono_literals;
 using E = InputEvent;
@@ -174,6 +176,31 @@ TEST_F(MouseTrackerTest, StillPointerGivesAnEmptyTrackAndRestartEmptiesIt) {
     const auto tracks = tracker.stop();
     EXPECT_TRUE(tracks.cursor.samples.empty());
     EXPECT_TRUE(tracks.events.events.empty());
+}
+
+TEST_F(MouseTrackerTest, ABurstOfMotionStaysOnThePointersPath) {
+    driver->warp(100, 100);
+    MouseTracker tracker(Rect{0, 0, 1280, 800}, Size{1280, 800}, false, server->displayName());
+    ASSERT_TRUE(tracker.start());
+    moveAndWait(tracker, 1, 0);
+    // Sent 2 ms apart, these are mostly read in batches of several that share one pointer answer:
+    // every sample must still be there, spread along the way the pointer went.
+    for (int i = 0; i < 6; ++i) {
+        driver->moveBy(10, 5);
+        std::this_thread::sleep_for(2ms);
+    }
+    driver->click(3);
+    ASSERT_TRUE(test::processEventsUntil([&] { return tracker.sampleCount() == 7; }, 2s));
+    const auto tracks = tracker.stop();
+    const auto& samples = tracks.cursor.samples;
+    ASSERT_EQ(samples.size(), 7u);
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        EXPECT_EQ(samples[i].x, 101 + 10 * double(i)) << "sample " << i;
+        EXPECT_EQ(samples[i].y, 100 + 5 * double(i)) << "sample " << i;
+    }
+    ASSERT_EQ(tracks.events.events.size(), 2u);
+    EXPECT_EQ(tracks.events.events[0].location(), (Point{161, 130}));
+    expectAscendingTimes(tracks);
 }
 
 TEST(MouseTrackerWithoutServer, StartFailsButKeepsItsStartTime) {

@@ -59,7 +59,8 @@ void CursorTracker::start() {
     if (!m_connection)
         return;
     m_listener = std::make_unique<Listener>(*this);
-    m_connection->watch(m_listener.get());
+    // The answer to one tick's query is read at the next tick: one wake-up per sample instead of two.
+    m_connection->watch(m_listener.get(), false);
 
     m_timer = FileDescriptor(::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC));
     if (m_timer.fd < 0)
@@ -94,6 +95,7 @@ void CursorTracker::tick() {
     if (::read(m_timer.fd, &expirations, sizeof expirations) != sizeof expirations || !m_startTime)
         return;
     const auto elapsed = std::chrono::steady_clock::now() - *m_startTime;
+    m_connection->readAvailable();
     if (m_tickHead == m_tickTimes.size()) {
         m_firstTickIndex += m_tickHead;
         m_tickTimes.clear();

@@ -20,7 +20,8 @@ class X11Connection;
 
 // The polling stand-in for the tap's motion: asks the X server where the pointer is at a fixed rate,
 // moving or not. Ticks come from a timerfd, which keeps 1/120 s exactly where a millisecond timer
-// cannot, and the answers arrive asynchronously, so a tick never waits for the server. Main thread only.
+// cannot. A tick never waits for the server: it sends its query and picks up the previous tick's answer,
+// so each sample costs one wake-up. Main thread only.
 class CursorTracker {
 public:
     CursorTracker(Rect sourceFrameInGlobal, Size sourceSize, int sampleRate = 120,

@@ -5,11 +5,22 @@
 #include "XkbKeyboard.h"
 #include "support/Log.h"
 
+#include <poll.h>
 #include <xcb/xinput.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace orvane {
+
+namespace {
+// A fast mouse sends 1,000 events a second. Read as they come, each costs a wake-up for the event and
+// another for the pointer query's answer; read in 8 ms batches the whole stream costs 125 wake-ups a
+// second. Events keep their own server timestamps, and the motion inside a batch is placed along the
+// way from the previous batch's position to this one's.
+constexpr std::chrono::milliseconds readInterval{8};
+constexpr int clockProbeTimeoutMs = 500;
+} // namespace
 
 struct MouseTracker::Pending {
     enum class Kind : std::uint8_t {
@@ -54,7 +65,7 @@ public:
         const auto& raw = reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event);
         using Kind = Pending::Kind;
         Pending p;
-        p.time = m_tracker.now();
+        p.time = m_tracker.eventTime(raw.time);
         const int detail = int(raw.detail);
         switch (generic.event_type) {
         case XCB_INPUT_RAW_MOTION:
@@ -136,6 +147,8 @@ bool MouseTracker::start() {
     m_pending.clear();
     m_pendingHead = 0;
     m_lastPosition.reset();
+    m_anchor.reset();
+    m_serverClock.reset();
     m_startTime = std::chrono::steady_clock::now();
 
     auto connection = X11Connection::open(m_displayName);
@@ -151,6 +164,8 @@ bool MouseTracker::start() {
     if (!version || version->major_version < 2 || (version->major_version == 2 && version->minor_version < 2))
         return false;
     m_xinputOpcode = extension->major_opcode;
+    // Before anything else is selected, so that the only event to come is the probe's.
+    probeServerClock(*connection);
 
     std::unique_ptr<XkbKeyboard> keyboard;
     if (m_captureKeystrokes) {
@@ -177,6 +192,7 @@ bool MouseTracker::start() {
     m_keyboard = std::move(keyboard);
     m_connection = std::move(connection);
     m_listener = std::make_unique<Listener>(*this);
+    m_connection->setReadInterval(readInterval);
     m_connection->watch(m_listener.get());
     return true;
 }
@@ -209,6 +225,48 @@ ProjectTime MouseTracker::now() const {
         std::chrono::duration<double>(std::chrono::steady_clock::now() - *m_startTime).count());
 }
 
+ProjectTime MouseTracker::eventTime(std::uint32_t serverTime) const {
+    if (!m_serverClock)
+        return now();
+    // Unsigned difference: the server's millisecond clock wraps every 49 days.
+    const auto sinceProbe = std::int32_t(serverTime - m_serverClock->serverTime);
+    return ProjectTime(m_serverClock->localTime.seconds + sinceProbe / 1000.0);
+}
+
+void MouseTracker::probeServerClock(X11Connection& connection) {
+    // Raw events carry the server's millisecond time of the event, which batching cannot blur. Tie it
+    // to our clock once: a property change on a window of our own comes back stamped with the server's
+    // time, and happened between our request and its event.
+    xcb_connection_t* c = connection.xcb();
+    const xcb_window_t window = xcb_generate_id(c);
+    const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
+    xcb_create_window(c, 0, window, connection.root(), -1, -1, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                      XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &mask);
+    const auto sent = std::chrono::steady_clock::now();
+    xcb_change_property(c, XCB_PROP_MODE_APPEND, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, 0, nullptr);
+    xcb_flush(c);
+    const int fd = xcb_get_file_descriptor(c);
+    while (std::chrono::steady_clock::now() - sent < std::chrono::milliseconds(clockProbeTimeoutMs)) {
+        std::unique_ptr<xcb_generic_event_t, decltype(&std::free)> event(xcb_poll_for_event(c), &std::free);
+        if (!event) {
+            pollfd p{fd, POLLIN, 0};
+            if (::poll(&p, 1, clockProbeTimeoutMs) <= 0)
+                break;
+            continue;
+        }
+        if ((event->response_type & 0x7f) != XCB_PROPERTY_NOTIFY)
+            continue;
+        const auto received = std::chrono::steady_clock::now();
+        const auto& notify = reinterpret_cast<const xcb_property_notify_event_t&>(*event);
+        const auto midway = sent + (received - sent) / 2;
+        m_serverClock = ServerClock{
+            notify.time, ProjectTime(std::chrono::duration<double>(midway - *m_startTime).count())};
+        break;
+    }
+    xcb_destroy_window(c, window);
+    xcb_flush(c);
+}
+
 void MouseTracker::receive(Pending entry) {
     m_pending.push_back(std::move(entry));
 }
@@ -232,14 +290,38 @@ void MouseTracker::askForPositions() {
 void MouseTracker::answer(std::uint64_t query, std::optional<Point> position) {
     if (position)
         m_lastPosition = position;
+    // The pointer query was asked after the batch was read, so its answer is where the batch's last
+    // motion left the pointer. A mouse reports at a steady rate with steps that follow its speed, so
+    // the batch's earlier motion is spread evenly along the way from where the previous batch left the
+    // pointer; a batch of one motion, or without motion, is exact. Buttons and keys take the position of
+    // the motion before them.
+    std::size_t motions = 0;
+    for (std::size_t i = m_pendingHead; i < m_pending.size(); ++i)
+        if (m_pending[i].query == query && m_pending[i].kind == Pending::Kind::motion)
+            ++motions;
+    std::size_t motion = 0;
     for (std::size_t i = m_pendingHead; i < m_pending.size(); ++i) {
         Pending& p = m_pending[i];
         if (p.query != query)
             continue;
-        p.position = m_lastPosition;
         p.abandoned = !m_lastPosition;
+        if (!m_lastPosition)
+            continue;
+        if (p.kind == Pending::Kind::motion)
+            ++motion;
+        p.position = placeInBatch(motion, motions, *m_lastPosition);
     }
+    m_anchor = m_lastPosition;
     resolveReady();
+}
+
+Point MouseTracker::placeInBatch(std::size_t motionsBefore, std::size_t motions, Point end) const {
+    if (!m_anchor || motions == 0 || motionsBefore == motions)
+        return end;
+    const Point from = *m_anchor;
+    const double k = double(motionsBefore);
+    const double n = double(motions);
+    return {from.x + (end.x - from.x) * k / n, from.y + (end.y - from.y) * k / n};
 }
 
 void MouseTracker::resolveReady() {

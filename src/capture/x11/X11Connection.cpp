@@ -3,6 +3,7 @@
 #include "support/Log.h"
 
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <xcb/xcbext.h>
 
@@ -49,31 +50,33 @@ bool X11Connection::hasFailed() const {
     return xcb_connection_has_error(m_connection.get()) != 0;
 }
 
-void X11Connection::watch(Client* client) {
+void X11Connection::watch(Client* client, bool wakeOnSocket) {
     m_client = client;
-    m_notifier =
-        std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(m_connection.get()), QSocketNotifier::Read);
-    QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(), [this] { pump(); });
+    if (wakeOnSocket) {
+        m_notifier = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(m_connection.get()),
+                                                       QSocketNotifier::Read);
+        QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(),
+                         [this] { socketReadable(); });
+    }
     // Requests made before watching (selections, queries) may already have brought events in.
     xcb_flush(m_connection.get());
     pump();
 }
 
 void X11Connection::unwatch() {
+    m_intervalTimer.reset();
     m_notifier.reset();
     m_client = nullptr;
 }
 
 void X11Connection::queryPointer(std::uint64_t token) {
     const xcb_query_pointer_cookie_t cookie = xcb_query_pointer(m_connection.get(), m_root);
-    m_queries.push_back({cookie.sequence, token});
-    if (m_pumping) {
-        m_needsFlush = true;
-    } else {
-        xcb_flush(m_connection.get());
-        // A flush may read what the server sent meanwhile into XCB's queue, where the socket notifier
-        // cannot see it any more.
-        pump();
+    m_queries.push_back({cookie.sequence, token, UINT64_MAX});
+    m_needsFlush = true;
+    if (!m_pumping) {
+        m_pumping = true;
+        dispatchBuffered(0);
+        m_pumping = false;
     }
 }
 
@@ -103,7 +106,7 @@ std::size_t X11Connection::answerQueries(bool wait) {
         xcb_generic_error_t* error = nullptr;
         if (wait) {
             reply = xcb_wait_for_reply(c, query.sequence, &error);
-        } else if (!xcb_poll_for_reply(c, query.sequence, &reply, &error)) {
+        } else if (query.flushedAtRead >= m_reads || !xcb_poll_for_reply(c, query.sequence, &reply, &error)) {
             break;
         }
         std::free(error);
@@ -114,56 +117,111 @@ std::size_t X11Connection::answerQueries(bool wait) {
     if (m_queryHead == m_queries.size()) {
         m_queries.clear();
         m_queryHead = 0;
+        m_flushedQueries = 0;
     }
     return answered;
 }
 
-std::size_t X11Connection::drainEvents(bool queuedOnly) {
+std::size_t X11Connection::drainQueuedEvents() {
     std::size_t count = 0;
-    xcb_connection_t* c = m_connection.get();
-    while (true) {
-        XcbReply<xcb_generic_event_t> event(queuedOnly ? xcb_poll_for_queued_event(c)
-                                                       : xcb_poll_for_event(c));
-        if (!event)
-            break;
+    while (XcbReply<xcb_generic_event_t> event{xcb_poll_for_queued_event(m_connection.get())}) {
         ++count;
         if (m_client)
             m_client->handleEvent(*event);
     }
-    if (count && m_client)
-        m_client->eventsDrained();
     return count;
 }
 
-void X11Connection::pump() {
+void X11Connection::flush() {
+    m_needsFlush = false;
+    xcb_flush(m_connection.get());
+    // XCB reads while it writes when the server has something to say, so a flush counts as a read.
+    ++m_reads;
+    for (; m_flushedQueries < m_queries.size(); ++m_flushedQueries)
+        m_queries[m_flushedQueries].flushedAtRead = m_reads;
+}
+
+std::size_t X11Connection::pump() {
     if (m_pumping)
-        return;
+        return 0;
     m_pumping = true;
-    xcb_connection_t* c = m_connection.get();
-    while (!xcb_connection_has_error(c)) {
-        // Both reading events and polling for a reply may pull more from the socket; stop only when a
-        // round found nothing, not even events that a reply poll queued up behind the notifier's back.
-        std::size_t progress = drainEvents(false);
-        progress += answerQueries(false);
-        if (m_needsFlush) {
-            m_needsFlush = false;
-            xcb_flush(c);
-            ++progress;
-        }
-        if (!progress && !drainEvents(true))
+    // One read per wake-up brings in everything the server has sent; what did not fit in XCB's buffer
+    // stays in the socket and wakes the loop again.
+    std::size_t events = 0;
+    if (XcbReply<xcb_generic_event_t> event{xcb_poll_for_event(m_connection.get())}) {
+        ++events;
+        if (m_client)
+            m_client->handleEvent(*event);
+    }
+    ++m_reads;
+    events = dispatchBuffered(events);
+    m_pumping = false;
+    return events;
+}
+
+void X11Connection::socketReadable() {
+    if (!pump() || m_readInterval.count() <= 0 || m_failureReported)
+        return;
+    // Input has started: from now on read at intervals until it stops.
+    if (!m_intervalTimer) {
+        m_intervalTimer = std::make_unique<QTimer>();
+        m_intervalTimer->setTimerType(Qt::PreciseTimer);
+        QObject::connect(m_intervalTimer.get(), &QTimer::timeout, m_intervalTimer.get(),
+                         [this] { intervalElapsed(); });
+    }
+    m_notifier->setEnabled(false);
+    m_intervalTimer->start(m_readInterval);
+}
+
+void X11Connection::intervalElapsed() {
+    const std::size_t events = pump();
+    if (events || m_queryHead < m_queries.size() || m_failureReported)
+        return;
+    // A quiet interval with nothing outstanding: back to waking on the socket.
+    m_intervalTimer->stop();
+    m_notifier->setEnabled(true);
+}
+
+std::size_t X11Connection::dispatchBuffered(std::size_t eventsHandled) {
+    std::size_t total = eventsHandled;
+    std::size_t events = eventsHandled;
+    while (!hasFailed()) {
+        const std::size_t queued = drainQueuedEvents();
+        events += queued;
+        total += queued;
+        if (events && m_client)
+            m_client->eventsDrained();
+        const std::size_t answered = answerQueries(false);
+        const bool flushed = m_needsFlush;
+        if (flushed)
+            flush();
+        // A reply poll or a flush may have read events in behind the socket notifier's back.
+        events = drainQueuedEvents();
+        total += events;
+        if (!answered && !flushed && !events)
             break;
     }
-    if (xcb_connection_has_error(c) && m_notifier) {
-        log::warning("X11Connection",
-                     QStringLiteral("the X server connection failed; input is no longer read"));
-        m_notifier.reset();
-        // Whoever waits for an answer gets none rather than waiting forever.
-        while (m_queryHead < m_queries.size())
-            answer(m_queries[m_queryHead++], nullptr);
-        m_queries.clear();
-        m_queryHead = 0;
-    }
-    m_pumping = false;
+    if (hasFailed())
+        failed();
+    return total;
+}
+
+void X11Connection::failed() {
+    if (m_failureReported)
+        return;
+    m_failureReported = true;
+    log::warning("X11Connection", QStringLiteral("the X server connection failed; input is no longer read"));
+    // Stopped, not deleted: this may run inside their own signals.
+    if (m_intervalTimer)
+        m_intervalTimer->stop();
+    if (m_notifier)
+        m_notifier->setEnabled(false);
+    // Whoever waits for an answer gets none rather than waiting forever.
+    while (m_queryHead < m_queries.size())
+        answer(m_queries[m_queryHead++], nullptr);
+    m_queries.clear();
+    m_queryHead = 0;
+    m_flushedQueries = 0;
 }
 
 void X11Connection::settle() {
@@ -174,12 +232,14 @@ void X11Connection::settle() {
     // The server answers in order, so once this reply is in, every event sent before it is too.
     std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
     while (true) {
-        const std::size_t events = drainEvents(true);
-        xcb_flush(c);
+        const std::size_t events = drainQueuedEvents();
+        if (events && m_client)
+            m_client->eventsDrained();
+        if (m_needsFlush)
+            flush();
         if (!events && !answerQueries(true))
             break;
     }
-    m_needsFlush = false;
     m_pumping = false;
 }
 

@@ -6,12 +6,14 @@
 
 #include <xcb/xcb.h>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
 
 class QSocketNotifier;
+class QTimer;
 
 namespace orvane {
 
@@ -45,10 +47,19 @@ public:
     Size rootSize() const { return m_rootSize; }
     bool hasFailed() const;
 
-    // Starts reading events on the current thread's event loop and handing them to `client`, which
-    // must outlive the connection or be detached with unwatch().
-    void watch(Client* client);
+    // Starts handing events and answers to `client`, which must outlive the connection or be detached
+    // with unwatch(). With `wakeOnSocket` the current thread's event loop reads them as they arrive;
+    // without, only readAvailable() does, for owners that wake up on a schedule of their own anyway.
+    void watch(Client* client, bool wakeOnSocket = true);
     void unwatch();
+    // Handles whatever the server has sent so far, without waiting.
+    void readAvailable() { pump(); }
+
+    // While events keep coming, read them every `interval` instead of as each arrives: a pointing
+    // device at 1,000 events a second then costs one wake-up per interval, and the pointer queries of
+    // one interval are answered at the next. Idle, the socket alone wakes the loop. Zero (the default)
+    // reads every event at once.
+    void setReadInterval(std::chrono::milliseconds interval) { m_readInterval = interval; }
 
     // Asks for the pointer's position without waiting; the answer reaches Client::pointerAnswered.
     void queryPointer(std::uint64_t token);
@@ -66,24 +77,38 @@ private:
     struct PendingQuery {
         unsigned int sequence;
         std::uint64_t token;
+        // The read count when the request left; its reply can only be buffered after a later read.
+        std::uint64_t flushedAtRead;
     };
 
     X11Connection(xcb_connection_t* connection, const xcb_screen_t& screen);
-    void pump();
-    std::size_t drainEvents(bool queuedOnly);
+    std::size_t pump();
+    void socketReadable();
+    void intervalElapsed();
+    std::size_t dispatchBuffered(std::size_t eventsHandled);
+    std::size_t drainQueuedEvents();
     std::size_t answerQueries(bool wait);
     void answer(const PendingQuery& query, void* reply);
+    void flush();
+    void failed();
 
     std::unique_ptr<xcb_connection_t, ConnectionDeleter> m_connection;
     xcb_window_t m_root;
     Size m_rootSize;
     Client* m_client = nullptr;
     std::unique_ptr<QSocketNotifier> m_notifier;
+    std::unique_ptr<QTimer> m_intervalTimer; // runs only while reading at intervals
+    std::chrono::milliseconds m_readInterval{0};
     // A ring that only grows: queries are answered from m_queryHead on, and the storage is reused once
     // all are answered, so steady querying allocates nothing.
     std::vector<PendingQuery> m_queries;
     std::size_t m_queryHead = 0;
+    std::size_t m_flushedQueries = 0; // m_queries before this index have been sent
+    // Socket reads so far (counting flushes, which may read): lets reply polls skip queries whose
+    // answer cannot have arrived, each such poll being a wasted read() system call.
+    std::uint64_t m_reads = 0;
     bool m_pumping = false;
+    bool m_failureReported = false;
     bool m_needsFlush = false;
 };
 
