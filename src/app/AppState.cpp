@@ -75,6 +75,13 @@ void AppState::setIsExporting(bool exporting) {
     Q_EMIT isExportingChanged();
 }
 
+void AppState::setIsImporting(bool importing) {
+    if (importing == m_isImporting)
+        return;
+    m_isImporting = importing;
+    Q_EMIT isImportingChanged();
+}
+
 void AppState::requestSaveAcknowledgement() {
     ++m_saveAcknowledgementNonce;
     Q_EMIT saveAcknowledgementNonceChanged();
@@ -87,8 +94,10 @@ QString AppState::moviesDirectory() {
 
 QString AppState::recordingsRootDirectory() const {
     const QString stored = m_defaults.string(QString::fromLatin1(recordingSaveDirectoryKey));
-    if (!stored.isEmpty())
-        return stored;
+    return stored.isEmpty() ? defaultRecordingsRootDirectory() : stored;
+}
+
+QString AppState::defaultRecordingsRootDirectory() {
     return QDir(moviesDirectory()).filePath(QStringLiteral("Orvane Screen"));
 }
 

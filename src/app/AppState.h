@@ -56,6 +56,8 @@ public:
     void setLastError(std::optional<AppError> error);
     bool isExporting() const { return m_isExporting; }
     void setIsExporting(bool exporting);
+    bool isImporting() const { return m_isImporting; }
+    void setIsImporting(bool importing);
     bool includesMicrophone() const { return m_includesMicrophone; }
     bool includesSystemAudio() const { return m_includesSystemAudio; }
     bool includesCamera() const { return m_includesCamera; }
@@ -75,6 +77,7 @@ public:
     QString recordingsRootDirectory() const;
     void setRecordingsRootDirectory(const QString& path);
     static QString moviesDirectory();
+    static QString defaultRecordingsRootDirectory();
 
     // ---- projects -----------------------------------------------------------------------------------
     tl::expected<std::shared_ptr<ProjectBundle>, Error> createProject(const QString& name, int width,
@@ -99,6 +102,18 @@ public:
     void undo() { m_undoManager.undo(); }
     void redo() { m_undoManager.redo(); }
 
+    // ---- automation (the loopback API and the agent) -----------------------------------------------
+    static constexpr const char* apiErrorDomain = "OrvaneScreen.API";
+    static Error apiError(const QString& description) {
+        return Error::make(QString::fromLatin1(apiErrorDomain), 1, description);
+    }
+    // Runs `mutate` on the clip in place and schedules a save: no undo step.
+    tl::expected<void, Error> apiUpdateClip(const QUuid& id, const std::function<void(Clip&)>& mutate);
+
+    // The loopback server, made by the start-up code once and kept for the life of the process.
+    QObject* localAPIServer() const { return m_localAPIServer.get(); }
+    void setLocalAPIServer(std::unique_ptr<QObject> server) { m_localAPIServer = std::move(server); }
+
     // ---- recording (the capture flow joins this) ----------------------------------------------------
     QCoro::Task<void> stopCapture();
 
@@ -116,6 +131,7 @@ Q_SIGNALS:
     void screenChanged();
     void lastErrorChanged();
     void isExportingChanged();
+    void isImportingChanged();
     void saveAcknowledgementNonceChanged();
 
 private:
@@ -141,8 +157,10 @@ private:
     AppScreen m_screen = AppScreen::welcome;
     std::optional<AppError> m_lastError;
     bool m_isExporting = false;
+    bool m_isImporting = false;
     int m_saveAcknowledgementNonce = 0;
     std::function<void()> m_openPanelHandler;
+    std::unique_ptr<QObject> m_localAPIServer;
 };
 
 } // namespace orvane

@@ -48,6 +48,21 @@ void AppState::applyProjectSnapshot(const Project& snapshot, const Project& redo
     m_undoManager.setActionName(name);
 }
 
+tl::expected<void, Error> AppState::apiUpdateClip(const QUuid& id, const std::function<void(Clip&)>& mutate) {
+    if (!m_currentBundle)
+        return tl::unexpected(apiError(QStringLiteral("No project open")));
+    if (!m_currentBundle->project().timeline.clip(id))
+        return tl::unexpected(apiError(QStringLiteral("Clip not found: %1").arg(uuidString(id))));
+    m_currentBundle->update([&](Project& p) {
+        for (Clip& c : p.timeline.clips)
+            if (c.id == id) {
+                mutate(c);
+                break;
+            }
+    });
+    return {};
+}
+
 QString AppState::undoTitle() const {
     const QString name = m_undoManager.undoActionName();
     return !m_undoManager.canUndo() || name.isEmpty() ? tr("Undo") : tr("Undo") + u' ' + name;

@@ -13,6 +13,10 @@ CommandLine::CommandLine() {
                                          &runNewCommand};
 }
 
+void CommandLine::add(const QString& name, const QString& synopsis, Command command) {
+    m_commands[name] = {synopsis, std::move(command)};
+}
+
 QString CommandLine::usage() const {
     QString text = QStringLiteral("usage: orvane-screen <command> [arguments]\n\ncommands:\n");
     for (const auto& [name, entry] : m_commands)

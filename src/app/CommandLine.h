@@ -16,6 +16,8 @@ public:
     using Command = std::function<int(AppState& app, const QStringList& args)>;
 
     CommandLine();
+    // Commands of the layers above the application core register here (render, serve, ...).
+    void add(const QString& name, const QString& synopsis, Command command);
     // Runs `args` (without the program name). Prints usage for no command or an unknown one.
     int run(AppState& app, const QStringList& args);
     QString usage() const;

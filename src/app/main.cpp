@@ -1,6 +1,7 @@
 #include "AppState.h"
 #include "BundlePreviewRenderer.h"
 #include "CommandLine.h"
+#include "localapi/ServeCommand.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -27,6 +28,7 @@ int main(int argc, char** argv) {
 
     orvane::AppState app;
     orvane::CommandLine commandLine;
+    commandLine.add(QStringLiteral("serve"), QStringLiteral("serve [--port N]"), &orvane::runServeCommand);
     QStringList args = QGuiApplication::arguments();
     args.removeFirst();
     return commandLine.run(app, args);

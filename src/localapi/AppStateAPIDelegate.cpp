@@ -1,0 +1,30 @@
+#include "AppStateAPIDelegate.h"
+
+#include "LocalAPIServer.h"
+
+namespace orvane {
+
+namespace {
+// Owned by AppState next to the server, so the delegate lives exactly as long as the server does.
+class ServerWithDelegate : public QObject {
+public:
+    explicit ServerWithDelegate(AppState& app)
+        : m_delegate(app)
+        , m_server(&m_delegate, &app) {}
+    LocalAPIServer& server() { return m_server; }
+
+private:
+    AppStateAPIDelegate m_delegate;
+    LocalAPIServer m_server;
+};
+} // namespace
+
+void ensureLocalAPIServer(AppState& app) {
+    if (app.localAPIServer())
+        return;
+    auto holder = std::make_unique<ServerWithDelegate>(app);
+    holder->server().start();
+    app.setLocalAPIServer(std::move(holder));
+}
+
+} // namespace orvane

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "LocalScreenAPIDelegate.h"
+#include "app/AppState.h"
+
+namespace orvane {
+
+// AppState as the loopback server sees it.
+class AppStateAPIDelegate : public LocalScreenAPIDelegate {
+public:
+    explicit AppStateAPIDelegate(AppState& app)
+        : m_app(app) {}
+
+    std::shared_ptr<ProjectBundle> currentBundle() const override { return m_app.currentBundle(); }
+    bool isExporting() const override { return m_app.isExporting(); }
+    bool isImporting() const override { return m_app.isImporting(); }
+    bool isRecording() const override { return m_app.isRecording(); }
+    AppScreen screen() const override { return m_app.screen(); }
+    QString recordingsRootDirectory() const override { return m_app.recordingsRootDirectory(); }
+    void setRecordingsRootDirectory(const QString& path) override { m_app.setRecordingsRootDirectory(path); }
+    QString defaultRecordingsRootDirectory() const override {
+        return AppState::defaultRecordingsRootDirectory();
+    }
+
+    tl::expected<std::shared_ptr<ProjectBundle>, Error> createProject(const QString& name, int width,
+                                                                      int height, int frameRate) override {
+        return m_app.createProject(name, width, height, frameRate);
+    }
+    void openProject(const QString& path) override { m_app.openProject(path); }
+    tl::expected<void, Error> apiUpdateClip(const QUuid& id,
+                                            const std::function<void(Clip&)>& mutate) override {
+        return m_app.apiUpdateClip(id, mutate);
+    }
+
+private:
+    AppState& m_app;
+};
+
+// Makes the one loopback server for `app` if it has none, and starts it.
+void ensureLocalAPIServer(AppState& app);
+
+} // namespace orvane

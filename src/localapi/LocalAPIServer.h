@@ -1,0 +1,87 @@
+#pragma once
+
+#include "ApiCall.h"
+#include "LocalScreenAPIDelegate.h"
+
+#include <QDateTime>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QThread>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace orvane {
+
+class ApiServerCore;
+
+// The loopback HTTP/1.1 server for scripts and agents: 127.0.0.1 only, one request per connection,
+// JSON answers, then close. Sockets and parsing live on the thread "tech.velvetcomet.orvane.screen.localapi";
+// everything that touches the application hops to the main thread.
+//
+// A request is read once, up to 65,536 bytes. Real clients often split a request over several
+// segments, so that read ends when the headers and the Content-Length body are in, when 65,536 bytes
+// have come, when the client closes its side, or after one quiet second. A connection that sends
+// nothing is closed after ten seconds.
+class LocalAPIServer : public QObject {
+    Q_OBJECT
+public:
+    static constexpr quint16 defaultPort = 19878;
+    static constexpr int maxRetries = 8;
+    static constexpr int maxRequestBytes = 65536;
+    static constexpr std::chrono::milliseconds idleConnectionLimit{10000};
+    static constexpr std::chrono::milliseconds quietRequestEnd{1000};
+
+    using Handler = std::function<void(const ApiCall& call)>;
+    struct Route {
+        QString method;
+        QStringList pattern; // "<id>" matches any one segment
+        Handler handler;
+    };
+
+    // `delegateLifetime` is the object whose destruction means "the application has gone".
+    LocalAPIServer(LocalScreenAPIDelegate* delegate, QObject* delegateLifetime, quint16 port = defaultPort);
+    ~LocalAPIServer() override;
+
+    void start();
+    quint16 port() const { return m_port; }
+    const QDateTime& startTime() const { return m_startTime; }
+    QString appVersion() const;
+    int retryCount() const;
+    bool isListening() const;
+
+    // The waits between listener retries: 2^n seconds in the application; tests shorten them. Call
+    // these two before start().
+    void setRetryDelay(std::function<std::chrono::milliseconds(int retry)> delay);
+    void setIdleConnectionLimit(std::chrono::milliseconds limit);
+    void setQuietRequestEnd(std::chrono::milliseconds quiet);
+    // Connections accepted and not yet answered or closed.
+    int openConnections() const;
+
+    // The route table, matched in order. Built once, before start().
+    const std::vector<Route>& routes() const { return m_routes; }
+
+Q_SIGNALS:
+    // Emitted on the main thread, for tests and the status line.
+    void listening();
+    void gaveUp();
+
+private:
+    std::vector<Route> buildRoutes();
+
+    quint16 m_port;
+    QDateTime m_startTime;
+    std::vector<Route> m_routes;
+    std::shared_ptr<ApiEndpoint> m_endpoint;
+    QThread m_thread;
+    ApiServerCore* m_core = nullptr; // lives on m_thread, deleted when it finishes
+};
+
+// The route tables of each group, in the order of the server's table.
+void addProjectRoutes(std::vector<LocalAPIServer::Route>& routes);
+void addClipStyleRoutes(std::vector<LocalAPIServer::Route>& routes);
+
+} // namespace orvane

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "app/AppTypes.h"
+#include "project/Clip.h"
+#include "project/ProjectBundle.h"
+#include "support/Error.h"
+
+#include <QCoro/QCoroTask>
+
+#include <tl/expected.hpp>
+
+#include <functional>
+#include <memory>
+
+namespace orvane {
+
+// What the loopback server asks of the application. Every member runs on the main thread.
+class LocalScreenAPIDelegate {
+public:
+    virtual ~LocalScreenAPIDelegate() = default;
+
+    virtual std::shared_ptr<ProjectBundle> currentBundle() const = 0;
+    virtual bool isExporting() const = 0;
+    virtual bool isImporting() const = 0;
+    virtual bool isRecording() const = 0;
+    virtual AppScreen screen() const = 0;
+    virtual QString recordingsRootDirectory() const = 0;
+    virtual void setRecordingsRootDirectory(const QString& path) = 0;
+    virtual QString defaultRecordingsRootDirectory() const = 0;
+
+    virtual tl::expected<std::shared_ptr<ProjectBundle>, Error> createProject(const QString& name, int width,
+                                                                              int height, int frameRate) = 0;
+    virtual void openProject(const QString& path) = 0;
+    // The one editing path of automation: no undo step, an autosave.
+    virtual tl::expected<void, Error> apiUpdateClip(const QUuid& id,
+                                                    const std::function<void(Clip&)>& mutate) = 0;
+};
+
+} // namespace orvane

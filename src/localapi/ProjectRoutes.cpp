@@ -1,0 +1,116 @@
+// Routes that create, open and read the project.
+#include "ApiClipJson.h"
+#include "LocalAPIServer.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace orvane {
+
+namespace {
+
+void handleProjectCreate(const ApiCall& call) {
+    const QString name = call.string("name").value_or(QStringLiteral("Untitled"));
+    const int width = call.integer("width").value_or(1920);
+    const int height = call.integer("height").value_or(1080);
+    const int frameRate = call.integer("frameRate").value_or(60);
+    call.onMain([=](LocalScreenAPIDelegate& app) {
+        auto bundle = app.createProject(name, width, height, frameRate);
+        if (!bundle)
+            return ApiResponse::error(500, bundle.error().description);
+        const Project& p = (*bundle)->project();
+        return ApiResponse::ok(
+            {{"projectPath", (*bundle)->path()},
+             {"name", p.name},
+             {"canvasSize", JsonObject{{"width", p.canvasSize.width}, {"height", p.canvasSize.height}}},
+             {"frameRate", p.frameRate}});
+    });
+}
+
+void handleProjectOpen(const ApiCall& call) {
+    const QString path = call.string("path").value_or(QString());
+    if (path.isEmpty())
+        return call.respond(400, QStringLiteral("Missing 'path'"));
+    // Checked here, on the server's thread; the opening itself is not waited for.
+    if (!QFileInfo(QDir(path).filePath(QStringLiteral("project.json"))).isFile())
+        return call.respond(404, QStringLiteral("No project.json at %1").arg(path));
+    call.onMain([path](LocalScreenAPIDelegate& app) {
+        app.openProject(path);
+        return ApiResponse::ok({{"projectPath", path}});
+    });
+}
+
+JsonArray clipSummaries(const Project& project) {
+    JsonArray clips;
+    for (const Clip& c : project.timeline.clips)
+        clips.append(clipSummaryJson(c));
+    return clips;
+}
+
+void handleProjectInfo(const ApiCall& call) {
+    call.onMain([](LocalScreenAPIDelegate& app) {
+        const auto bundle = app.currentBundle();
+        if (!bundle)
+            return ApiResponse::error(404, QStringLiteral("No project open"));
+        const Project& p = bundle->project();
+        JsonArray tracks;
+        for (const Timeline::Track& t : p.timeline.tracks)
+            tracks.append(JsonObject{{"id", uuidString(t.id)},
+                                     {"name", t.name},
+                                     {"kind", std::string(enumName(t.kind))},
+                                     {"muted", t.muted},
+                                     {"locked", t.locked},
+                                     {"visible", t.visible}});
+        return ApiResponse::json(
+            {{"id", uuidString(p.id)},
+             {"name", p.name},
+             {"canvasSize", JsonObject{{"width", qint64(std::llround(p.canvasSize.width))},
+                                       {"height", qint64(std::llround(p.canvasSize.height))}}},
+             {"frameRate", p.frameRate},
+             {"duration", roundedSeconds(p.timeline.duration().seconds)},
+             {"clipCount", int(p.timeline.clips.size())},
+             {"clips", clipSummaries(p)},
+             {"tracks", std::move(tracks)},
+             {"projectPath", bundle->path()},
+             {"notes", p.notes}});
+    });
+}
+
+void handleListClips(const ApiCall& call) {
+    call.onMain([](LocalScreenAPIDelegate& app) {
+        const auto bundle = app.currentBundle();
+        if (!bundle)
+            return ApiResponse::error(404, QStringLiteral("No project open"));
+        return ApiResponse::json({{"clips", clipSummaries(bundle->project())}});
+    });
+}
+
+void handleGetClip(const ApiCall& call) {
+    const auto id = parseUuid(call.pathID());
+    if (!id)
+        return call.respond(400, QStringLiteral("Invalid clip ID"));
+    call.onMain([id = *id, raw = call.pathID()](LocalScreenAPIDelegate& app) {
+        const auto bundle = app.currentBundle();
+        if (!bundle)
+            return ApiResponse::error(404, QStringLiteral("No project open"));
+        const Clip* clip = bundle->project().timeline.clip(id);
+        if (!clip)
+            return ApiResponse::error(404, QStringLiteral("Clip not found: %1").arg(raw));
+        return ApiResponse::json(clipDetailJson(*clip));
+    });
+}
+
+} // namespace
+
+void addProjectRoutes(std::vector<LocalAPIServer::Route>& routes) {
+    const QString get = QStringLiteral("GET");
+    const QString post = QStringLiteral("POST");
+    const QString project = QStringLiteral("project");
+    routes.push_back({post, {project, QStringLiteral("create")}, &handleProjectCreate});
+    routes.push_back({post, {project, QStringLiteral("open")}, &handleProjectOpen});
+    routes.push_back({get, {project}, &handleProjectInfo});
+    routes.push_back({get, {project, QStringLiteral("clips")}, &handleListClips});
+    routes.push_back({get, {project, QStringLiteral("clip"), QStringLiteral("<id>")}, &handleGetClip});
+}
+
+} // namespace orvane
