@@ -5,6 +5,7 @@
 #include "project/AutoZoomConfig.h"
 #include "project/Clip.h"
 #include "project/KeyframeTrack.h"
+#include "project/ProjectBundle.h"
 #include "support/SerialExecutor.h"
 
 #include <QCoro/QCoroTask>
@@ -28,6 +29,10 @@ public:
     // auto-zoom, a clip without an event file or an unreadable one give an empty track; a missing or
     // unreadable cursor file only loses the cursor's aim.
     QCoro::Task<KeyframeTrack<NormalizedRect>> generate(Clip clip, QString projectFolder);
+    // The same for a clip of an open project; the bundle is read once, before the work leaves.
+    QCoro::Task<KeyframeTrack<NormalizedRect>> generate(Clip clip, const ProjectBundle& bundle) {
+        return generate(std::move(clip), bundle.path());
+    }
 
     // What `generate` runs off the main thread, for callers that already are (or may block).
     static KeyframeTrack<NormalizedRect> generateFromFiles(const Clip& clip, const QString& projectFolder);

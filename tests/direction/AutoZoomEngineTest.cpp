@@ -198,13 +198,13 @@ protected:
     }
     QString path(const QString& relative) const { return QDir(dir.path()).filePath(relative); }
 
-    Track generate(const Clip& c) {
+    Track generate(const Clip& c, const ProjectBundle* bundle = nullptr) {
         AutoZoomEngine engine;
         Track result;
         bool resumedOnMain = false;
         bool done = false;
         QEventLoop loop;
-        auto task = engine.generate(c, dir.path());
+        auto task = bundle ? engine.generate(c, *bundle) : engine.generate(c, dir.path());
         task.then([&](Track t) {
             result = std::move(t);
             resumedOnMain = isMainThread();
@@ -232,7 +232,8 @@ TEST_F(AutoZoomFilesTest, ReadsTheClipsFilesAndSmoothsTheCursor) {
         cursor.samples.push_back({ProjectTime(9.5 + i * 0.01), 200, 900, 0});
     ASSERT_TRUE(TelemetryFiles::writeCursorTrack(cursor, path(*clip.sourceCursorPath)));
 
-    const Track track = generate(clip);
+    const ProjectBundle bundle(dir.path(), Project{});
+    const Track track = generate(clip, &bundle);
     expectTimes(track, {0, 9.49, 10, 10.7, 11.2});
     const CursorTrack smoothed = CursorSmoothing::smooth(cursor, clip.cursor.smoothing);
     EXPECT_EQ(track, AutoZoomEngine::generateKeyframes({down(10, 1800, 100), down(10.3, 1810, 110)}, smoothed,
