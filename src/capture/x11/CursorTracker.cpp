@@ -65,10 +65,11 @@ void CursorTracker::start() {
     m_timer = FileDescriptor(::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC));
     if (m_timer.fd < 0)
         return;
-    const long interval = 1'000'000'000L / m_sampleRate;
+    const long long interval = 1'000'000'000LL / m_sampleRate;
     itimerspec spec{};
-    spec.it_interval.tv_nsec = interval;
-    spec.it_value.tv_nsec = interval;
+    spec.it_interval.tv_sec = time_t(interval / 1'000'000'000LL);
+    spec.it_interval.tv_nsec = long(interval % 1'000'000'000LL);
+    spec.it_value = spec.it_interval;
     ::timerfd_settime(m_timer.fd, 0, &spec, nullptr);
     m_timerNotifier = std::make_unique<QSocketNotifier>(m_timer.fd, QSocketNotifier::Read);
     QObject::connect(m_timerNotifier.get(), &QSocketNotifier::activated, m_timerNotifier.get(),
