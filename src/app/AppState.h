@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AppTypes.h"
+#include "ImportError.h"
 #include "UndoManager.h"
 #include "project/ProjectBundle.h"
 #include "project/RecentProjectsStore.h"
@@ -91,6 +92,28 @@ public:
     void openProject();
     static QString filteredProjectName(const QString& name);
 
+    // ---- import and the sample project --------------------------------------------------------------
+    static const QStringList& supportedVideoExtensions(); // "mov", "mp4", "m4v", "mkv"
+    static const QStringList& supportedAudioExtensions(); // "mp3", "m4a", "wav", "aiff", "aif", "flac"
+    // Copies one file into the project's media folder and appends a clip after everything on the
+    // timeline; makes a project first when none is open. Reading and copying happen off the main thread.
+    QCoro::Task<tl::expected<void, ImportError>> importVideo(QString path);
+    QCoro::Task<tl::expected<void, ImportError>> importAudio(QString path);
+    // In order, one at a time; the first failure ends the list and goes to lastError.
+    QCoro::Task<void> importVideos(QStringList paths);
+    QCoro::Task<void> importAudios(QStringList paths);
+    AppError makeImportError(const QString& path, const ImportError& error, bool isAudio);
+    // What "Choose a different file" runs; the desktop build shows the import panels here.
+    void setImportPanelHandler(std::function<void(bool audio)> handler) {
+        m_importPanelHandler = std::move(handler);
+    }
+
+    // Movies/Orvane Screen/Sample.orvanescreen, made on first use and opened.
+    static QString sampleProjectDirectory();
+    QCoro::Task<void> openSampleProject();
+    // The welcome project: a ten-second gradient movie with two titles and three captions.
+    static QCoro::Task<tl::expected<void, Error>> materializeSampleProject(QString folder);
+
     // ---- edits and undo -----------------------------------------------------------------------------
     // Mutates the open project now, saves, and registers one undo step named `name`. A mutation that
     // throws keeps its partial change and a save is due, but leaves no undo step; its error comes back.
@@ -109,6 +132,9 @@ public:
     }
     // Runs `mutate` on the clip in place and schedules a save: no undo step.
     tl::expected<void, Error> apiUpdateClip(const QUuid& id, const std::function<void(Clip&)>& mutate);
+
+    // Replaces the clip's zoom track with keyframes made from its clicks; the number of keyframes.
+    QCoro::Task<tl::expected<int, Error>> apiGenerateAutoZoom(QUuid clipID);
 
     // The loopback server, made by the start-up code once and kept for the life of the process.
     QObject* localAPIServer() const { return m_localAPIServer.get(); }
@@ -140,6 +166,7 @@ private:
                               const QUuid& projectID);
     void registerSnapshotStep(const Project& before, const Project& after, const QString& name);
     tl::expected<std::shared_ptr<ProjectBundle>, Error> makeBundle(const QString& folder, Project project);
+    QCoro::Task<tl::expected<void, ImportError>> importFile(QString path, bool audio);
     void bumpUndoStackVersion();
 
     UserDefaults& m_defaults;
@@ -161,6 +188,7 @@ private:
     int m_saveAcknowledgementNonce = 0;
     std::function<void()> m_openPanelHandler;
     std::unique_ptr<QObject> m_localAPIServer;
+    std::function<void(bool)> m_importPanelHandler;
 };
 
 } // namespace orvane

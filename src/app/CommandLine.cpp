@@ -8,9 +8,13 @@
 namespace orvane {
 
 CommandLine::CommandLine() {
-    m_commands[QStringLiteral("info")] = {QStringLiteral("info PROJECT"), &runInfoCommand};
-    m_commands[QStringLiteral("new")] = {QStringLiteral("new NAME [--width W] [--height H] [--fps F]"),
-                                         &runNewCommand};
+    add(QStringLiteral("info"), QStringLiteral("info PROJECT"), &runInfoCommand);
+    add(QStringLiteral("new"), QStringLiteral("new NAME [--width W] [--height H] [--fps F]"), &runNewCommand);
+    add(QStringLiteral("sample"), QStringLiteral("sample [DIR]"), &runSampleCommand);
+    add(QStringLiteral("import"), QStringLiteral("import PROJECT FILE..."), &runImportCommand);
+    add(QStringLiteral("auto-zoom"), QStringLiteral("auto-zoom PROJECT [--clip ID]"), &runAutoZoomCommand);
+    add(QStringLiteral("telemetry"), QStringLiteral("telemetry --seconds N [--out DIR]"),
+        &runTelemetryCommand);
 }
 
 void CommandLine::add(const QString& name, const QString& synopsis, Command command) {

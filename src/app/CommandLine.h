@@ -42,5 +42,9 @@ std::optional<int> takeIntOption(QStringList& args, const QString& name, bool& b
 // Commands, each in the file of its subject.
 int runInfoCommand(AppState& app, const QStringList& args);
 int runNewCommand(AppState& app, const QStringList& args);
+int runSampleCommand(AppState& app, const QStringList& args);
+int runImportCommand(AppState& app, const QStringList& args);
+int runAutoZoomCommand(AppState& app, const QStringList& args);
+int runTelemetryCommand(AppState& app, const QStringList& args);
 
 } // namespace orvane

@@ -21,7 +21,8 @@ struct ReplyBox {
 };
 
 QCoro::Task<void> stopThenReply(std::function<QCoro::Task<void>()> stop, std::shared_ptr<ReplyBox> box) {
-    co_await stop();
+    auto stopping = stop();
+    co_await stopping;
     box->answer();
 }
 

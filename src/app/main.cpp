@@ -21,6 +21,8 @@ int main(int argc, char** argv) {
         QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
     }
+    // Log lines carry their own "[Component] " tag; the category name would only repeat it.
+    qSetMessagePattern(QStringLiteral("%{message}"));
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("Orvane Screen"));
     QGuiApplication::setOrganizationName(QStringLiteral("Orvane"));

@@ -29,7 +29,8 @@ namespace {
 QCoro::Task<void> runAsync(ApiCall call,
                            std::function<QCoro::Task<ApiResponse>(LocalScreenAPIDelegate&)> work,
                            LocalScreenAPIDelegate* delegate) {
-    const ApiResponse response = co_await work(*delegate);
+    auto working = work(*delegate);
+    const ApiResponse response = co_await working;
     call.respond(response);
 }
 } // namespace

@@ -31,6 +31,9 @@ public:
                                             const std::function<void(Clip&)>& mutate) override {
         return m_app.apiUpdateClip(id, mutate);
     }
+    QCoro::Task<tl::expected<int, Error>> apiGenerateAutoZoom(QUuid clipID) override {
+        return m_app.apiGenerateAutoZoom(clipID);
+    }
 
 private:
     AppState& m_app;

@@ -314,6 +314,19 @@ void handleSetPerspective(const ApiCall& call) {
     });
 }
 
+void handleAutoZoom(const ApiCall& call) {
+    const auto id = clipID(call);
+    if (!id)
+        return;
+    call.onMainAsync([id = *id](LocalScreenAPIDelegate& app) -> QCoro::Task<ApiResponse> {
+        auto generating = app.apiGenerateAutoZoom(id);
+        const auto count = co_await generating;
+        if (!count)
+            co_return ApiResponse::error(400, count.error().description);
+        co_return ApiResponse::ok({{"keyframeCount", *count}});
+    });
+}
+
 } // namespace
 
 void addClipStyleRoutes(std::vector<LocalAPIServer::Route>& routes) {
@@ -336,6 +349,7 @@ void addClipStyleRoutes(std::vector<LocalAPIServer::Route>& routes) {
     clipRoute("zoom-keyframe", &handleAddZoomKeyframe);
     clipRoute("clear-zoom", &handleClearZoom);
     clipRoute("perspective", &handleSetPerspective);
+    clipRoute("auto-zoom", &handleAutoZoom);
 }
 
 } // namespace orvane

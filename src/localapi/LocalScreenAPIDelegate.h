@@ -34,6 +34,8 @@ public:
     // The one editing path of automation: no undo step, an autosave.
     virtual tl::expected<void, Error> apiUpdateClip(const QUuid& id,
                                                     const std::function<void(Clip&)>& mutate) = 0;
+    // Keyframes made from the clip's clicks; fails without a project or clip.
+    virtual QCoro::Task<tl::expected<int, Error>> apiGenerateAutoZoom(QUuid clipID) = 0;
 };
 
 } // namespace orvane

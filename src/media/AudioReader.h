@@ -1,7 +1,7 @@
 #pragma once
 
 #include "media/MediaError.h"
-#include "media/MediaTime.h"
+#include "project/MediaTime.h"
 
 #include <QString>
 

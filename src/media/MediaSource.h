@@ -2,7 +2,7 @@
 
 #include "media/FFmpegPtr.h"
 #include "media/MediaError.h"
-#include "media/MediaTime.h"
+#include "project/MediaTime.h"
 
 #include <QString>
 

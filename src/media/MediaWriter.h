@@ -2,7 +2,7 @@
 
 #include "media/FramePool.h"
 #include "media/MediaError.h"
-#include "media/MediaTime.h"
+#include "project/MediaTime.h"
 #include "media/MediaWriterSettings.h"
 #include "media/VideoFrame.h"
 

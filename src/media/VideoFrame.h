@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/MediaTime.h"
+#include "project/MediaTime.h"
 
 #include <cstddef>
 #include <cstdint>

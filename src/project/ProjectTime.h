@@ -1,5 +1,7 @@
 #pragma once
 
+#include "MediaTime.h"
+
 #include <QString>
 
 #include <compare>
@@ -7,22 +9,6 @@
 #include <functional>
 
 namespace orvane {
-
-// A time in a media file's own units: value / timescale seconds. The media layer converts it to the
-// stream's time base; the document only ever stores seconds.
-struct MediaTime {
-    std::int64_t value = 0;
-    std::int32_t timescale = 600;
-
-    double seconds() const { return timescale > 0 ? double(value) / double(timescale) : 0.0; }
-    bool operator==(const MediaTime&) const = default;
-};
-
-struct MediaTimeRange {
-    MediaTime start;
-    MediaTime duration;
-    bool operator==(const MediaTimeRange&) const = default;
-};
 
 // A time in seconds. In JSON it is always an object {"seconds": n}, never a bare number.
 struct ProjectTime {

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QImage>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -124,4 +125,71 @@ TEST(BundlePreviewRenderer, GradientWithTheNameOrTheFirstFilmstripFrame) {
     EXPECT_EQ(fromStrip.size(), QSize(64, 36));
     EXPECT_GT(fromStrip.pixelColor(10, 10).redF(), 0.8);
     EXPECT_TRUE(BundlePreviewRenderer::renderJPEG(p, dir.path())->startsWith("\xff\xd8"));
+}
+
+namespace {
+bool haveFfmpegTool() {
+    return !QStandardPaths::findExecutable(QStringLiteral("ffmpeg")).isEmpty();
+}
+} // namespace
+
+TEST(CommandLine, SampleImportAndAutoZoom) {
+    if (!haveFfmpegTool())
+        GTEST_SKIP() << "the ffmpeg tool is not installed (scripts/setup-deps installs it)";
+    QTemporaryDir home;
+    const QString folder = home.filePath(QStringLiteral("Sample.orvanescreen"));
+    const Result sample = run(home, {QStringLiteral("sample"), folder});
+    ASSERT_EQ(sample.exitCode, 0) << sample.err.toStdString();
+    EXPECT_EQ(sample.out.trimmed(), folder);
+    EXPECT_NE(run(home, {QStringLiteral("sample"), folder}).exitCode, 0); // never overwrites a project
+
+    QProcess ffmpeg;
+    const QString video = home.filePath(QStringLiteral("Second Take.mov"));
+    ffmpeg.start(QStringLiteral("ffmpeg"),
+                 {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y"), QStringLiteral("-f"),
+                  QStringLiteral("lavfi"), QStringLiteral("-i"),
+                  QStringLiteral("testsrc2=size=640x360:rate=30:duration=2"), video});
+    ASSERT_TRUE(ffmpeg.waitForFinished(60000));
+    const Result imported =
+        run(home, {QStringLiteral("import"), folder, video, home.filePath(QStringLiteral("x.webm")), video});
+    EXPECT_NE(imported.exitCode, 0);
+    EXPECT_TRUE(imported.out.contains(QStringLiteral("imported Second Take.mov as \"Second Take\" (2.00 s)")))
+        << imported.out.toStdString();
+    EXPECT_TRUE(imported.err.contains(QStringLiteral("x.webm — unsupported format.")))
+        << imported.err.toStdString();
+    auto bundle = ProjectBundle::load(folder);
+    ASSERT_TRUE(bundle);
+    const auto& clips = (*bundle)->project().timeline.clips;
+    ASSERT_EQ(clips.size(), 2u); // the sample clip, then the first file only
+    EXPECT_DOUBLE_EQ(clips[1].timelineStart.seconds, 10);
+
+    // No clip has an events file yet.
+    const Result none = run(home, {QStringLiteral("auto-zoom"), folder});
+    EXPECT_NE(none.exitCode, 0);
+    EXPECT_TRUE(none.err.contains(QStringLiteral("events file")));
+
+    // Give the imported clip two clicks far apart in time: each makes a zoom in, a hold and a zoom out.
+    const QString events = QStringLiteral("media/clicks-events.json");
+    QFile file(QDir(folder).filePath(events));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(R"({"events": [
+        {"leftMouseDown": {"time": {"seconds": 0.2}, "x": 100, "y": 80}},
+        {"leftMouseUp": {"time": {"seconds": 0.25}, "x": 100, "y": 80}},
+        {"leftMouseDown": {"time": {"seconds": 1.6}, "x": 500, "y": 300}}]})");
+    file.close();
+    (*bundle)->update([&](Project& p) { p.timeline.clips[1].sourceEventsPath = events; });
+    ASSERT_TRUE((*bundle)->flushPendingSave());
+
+    const Result zoomed = run(home, {QStringLiteral("auto-zoom"), folder});
+    ASSERT_EQ(zoomed.exitCode, 0) << zoomed.err.toStdString();
+    const int reported = zoomed.out.split(u' ').front().toInt();
+    EXPECT_GE(reported, 2) << zoomed.out.toStdString();
+    auto after = ProjectBundle::load(folder);
+    EXPECT_EQ(int((*after)->project().timeline.clips[1].zoomTrack.count()), reported);
+    EXPECT_TRUE((*after)->project().timeline.clips[0].zoomTrack.isEmpty());
+
+    const Result badClip = run(home, {QStringLiteral("auto-zoom"), folder, QStringLiteral("--clip"),
+                                      uuidString(QUuid::createUuid())});
+    EXPECT_NE(badClip.exitCode, 0);
+    EXPECT_TRUE(badClip.err.contains(QStringLiteral("Clip not found: ")));
 }

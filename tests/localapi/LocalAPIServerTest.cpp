@@ -475,3 +475,28 @@ TEST(LocalAPIServerLimits, ListensOnLoopbackOnlyAndGivesUpWhenThePortStaysTaken)
     EXPECT_EQ(server.retryCount(), 9);
     EXPECT_FALSE(server.isListening());
 }
+
+TEST_F(LocalAPIServerTest, AutoZoomRouteReplacesTheZoomTrack) {
+    const QUuid id = openProjectWithClip();
+    const QString route = QStringLiteral("/project/clip/%1/auto-zoom").arg(uuidString(id));
+    // Without an events file there is nothing to zoom to.
+    EXPECT_EQ(call(QStringLiteral("POST"), route).body, QByteArray(R"({"keyframeCount":0,"ok":true})"));
+
+    const QString events = QStringLiteral("media/take-events.json");
+    QFile file(m_app.currentBundle()->mediaPath(events));
+    ASSERT_TRUE(QDir().mkpath(m_app.currentBundle()->mediaDirectory()));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(R"({"events": [{"leftMouseDown": {"time": {"seconds": 1}, "x": 700, "y": 400}}]})");
+    file.close();
+    ASSERT_TRUE(m_app.apiUpdateClip(id, [&](Clip& c) { c.sourceEventsPath = events; }));
+
+    const JsonObject answer = bodyOf(call(QStringLiteral("POST"), route).body);
+    EXPECT_TRUE(answer.value("ok").toBool());
+    EXPECT_GT(answer.value("keyframeCount").toDouble(), 0);
+    EXPECT_EQ(int(savedProject().timeline.clips[0].zoomTrack.count()),
+              int(answer.value("keyframeCount").toDouble()));
+    EXPECT_EQ(call(QStringLiteral("POST"),
+                   QStringLiteral("/project/clip/%1/auto-zoom").arg(uuidString(QUuid::createUuid())))
+                  .status,
+              400);
+}

@@ -181,3 +181,13 @@ TEST(PrimitiveJson, SyntaxErrorsAreReportedNotThrownAsCrashes) {
     EXPECT_THROW(readJsonDocument("\xff\xfe"), JsonError);
     EXPECT_THROW(readJsonDocument(QByteArray(5000, '[')), JsonError);
 }
+
+TEST(MediaTime, RescaleRoundsAndCompareIsExact) {
+    EXPECT_EQ((MediaTime{1, 3}).rescaled(600), (MediaTime{200, 600}));
+    EXPECT_EQ((MediaTime{1, 1200}).rescaled(600), (MediaTime{1, 600}));   // half a tick rounds away
+    EXPECT_EQ((MediaTime{-1, 1200}).rescaled(600), (MediaTime{-1, 600})); // from zero on both sides
+    EXPECT_EQ((MediaTime{INT64_MAX / 2, 90000}).rescaled(90000).value, INT64_MAX / 2);
+    EXPECT_EQ(compare(MediaTime{1, 2}, MediaTime{300, 600}), 0);
+    EXPECT_LT(compare(MediaTime{299, 600}, MediaTime{1, 2}), 0);
+    EXPECT_GT(compare(MediaTime{INT64_MAX, 1}, MediaTime{INT64_MAX, 2}), 0);
+}

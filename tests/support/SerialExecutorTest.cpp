@@ -63,7 +63,8 @@ TEST(SerialExecutor, DestructionCancelsQueuedJobs) {
 
 namespace {
 QCoro::Task<int> awaitOnExecutor(SerialExecutor& executor, bool& resumedOnMain) {
-    const int value = co_await executor.submit([] { return 41; });
+    auto future = executor.submit([] { return 41; });
+    const int value = co_await future;
     resumedOnMain = isMainThread();
     co_return value + 1;
 }
