@@ -122,6 +122,45 @@ void BM_ComposeFrame_StillZoomCacheHits(benchmark::State& state) {
 }
 BENCHMARK(BM_ComposeFrame_StillZoomCacheHits)->Unit(benchmark::kMillisecond);
 
+// The other looks from a 1080p source, for comparison with the default: 0 blurred extension, 1 window
+// bar, 2 phone frame, 3 perspective tilt, 4 camera bubble.
+void BM_ComposeFrame_OtherLooks(benchmark::State& state) {
+    ensureApplication();
+    const Size source{1920, 1080};
+    const Image picture = DemoSource::image(1920, 1080);
+    Clip clip = movingZoomClip(source);
+    Compositor compositor(canvasSize);
+    switch (state.range(0)) {
+    case 0:
+        clip.background = BackgroundStyle::blurredExtension(20);
+        break;
+    case 1:
+        clip.frame.chrome =
+            ChromeStyle::macOSWindow(QStringLiteral("Report"), ChromeStyle::WindowTheme::dark);
+        break;
+    case 2:
+        clip.frame.chrome = ChromeStyle::mobile(ChromeStyle::MobileDevice::iPhone15Pro);
+        break;
+    case 3:
+        clip.frame.perspective = PerspectiveStyle{true, 0.5, -0.3, 0.6};
+        break;
+    default:
+        clip.camera.isEnabled = true;
+        compositor.setCurrentCameraFrame(DemoSource::image(1280, 720));
+        break;
+    }
+    const CursorTrack cursor = DemoSource::cursor(source);
+    const EventTrack events = DemoSource::events(source);
+    for (int f = 0; f < loopFrames; ++f)
+        benchmark::DoNotOptimize(compositor.composeFrame(picture, clip, loopTime(f), cursor, events));
+    std::int64_t frame = 0;
+    for (auto _ : state) {
+        Image canvas = compositor.composeFrame(picture, clip, loopTime(frame++), cursor, events);
+        benchmark::DoNotOptimize(canvas.constRow(0));
+    }
+}
+BENCHMARK(BM_ComposeFrame_OtherLooks)->DenseRange(0, 4)->Unit(benchmark::kMillisecond);
+
 // Baseline: one canvas copied, nothing else.
 void BM_Baseline_CanvasCopy(benchmark::State& state) {
     std::vector<std::uint8_t> from(std::size_t(canvasSize.width * canvasSize.height * 4), 0x5A);

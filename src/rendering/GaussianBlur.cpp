@@ -1,5 +1,7 @@
 // Gaussian blur for imageops: an exact kernel for small deviations, three box passes per axis above.
 #include "ImageOps.h"
+#include "PixelKernels.h"
+#include "Resampler.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -15,6 +17,71 @@ namespace {
 // From sigma 3 the three-box stand-in is within 3/255 of a true Gaussian on a step edge; below it the
 // widths are too coarse, and an exact kernel is cheap anyway.
 constexpr double boxThreshold = 3.0;
+// From here colour images are blurred at a reduced size: the work then no longer grows with the picture's
+// area at full resolution, and the box and tent filters of going down and up are small next to sigma.
+constexpr double reducedThreshold = 8.0;
+constexpr double reducedSigma = 4.0;
+
+Image halved(const Image& image) {
+    const int w = image.width() / 2;
+    const int h = image.height() / 2;
+    Image out = Image::allocate(w, h);
+    if (out.isNull())
+        return out;
+    for (int y = 0; y < h; ++y)
+        pixelKernels().halve(image.constRow(2 * y), image.constRow(2 * y + 1), out.row(y), w);
+    return out;
+}
+
+Image blurAtFullSize(const Image& image, double sigma, BlurEdges edges);
+
+// Down 2^k by box levels, blurred there, and back up bilinearly. The box of width 2^k and the tent of the
+// upscale add variances of (4^k - 1) / 12 and 4^k / 6, which come off the blur done at the small size.
+Image blurReduced(const Image& image, double sigma, BlurEdges edges) {
+    int k = 0;
+    while (k < 5 && sigma / double(2 << k) >= reducedSigma && (image.width() >> (k + 1)) >= 8 &&
+           (image.height() >> (k + 1)) >= 8)
+        ++k;
+    const double f = double(1 << k);
+    // Whole blocks of 2^k: the edge pixels are repeated (or clear) out to the next multiple, so the levels
+    // keep every column and the way back up is an exact factor.
+    const int step = 1 << k;
+    const int pw = (image.width() + step - 1) / step * step;
+    const int ph = (image.height() + step - 1) / step * step;
+    Image small = Image::cleared(pw, ph);
+    if (small.isNull())
+        return blurAtFullSize(image, sigma, edges);
+    const bool extend = edges == BlurEdges::clamp;
+    for (int y = 0; y < ph; ++y) {
+        if (y >= image.height() && !extend)
+            break;
+        const std::uint8_t* from = image.constRow(std::min(y, image.height() - 1));
+        std::uint8_t* to = small.row(y);
+        std::memcpy(to, from, std::size_t(image.width()) * 4);
+        for (int x = image.width(); extend && x < pw; ++x)
+            std::memcpy(to + 4 * x, from + 4 * (image.width() - 1), 4);
+    }
+    for (int i = 0; i < k && !small.isNull(); ++i)
+        small = halved(small);
+    if (small.isNull())
+        return blurAtFullSize(image, sigma, edges);
+    const double variance = sigma * sigma - (f * f - 1) / 12 - f * f / 6;
+    const Image blurredSmall = blurAtFullSize(small, std::sqrt(std::max(variance, 0.0)) / f, edges);
+
+    const bool clamp = edges == BlurEdges::clamp;
+    const int grow = clamp ? 0 : int(std::ceil(3.0 * sigma));
+    Image out = Image::cleared(image.width() + 2 * grow, image.height() + 2 * grow);
+    if (out.isNull())
+        return image;
+    out.setOrigin(image.origin() - Point{double(grow), double(grow)});
+    const double smallGrow = (blurredSmall.width() - small.width()) / 2.0;
+    thread_local Resampler upscale;
+    upscale.draw(out, blurredSmall, Rect{0, 0, double(blurredSmall.width()), double(blurredSmall.height())},
+                 Rect{grow - smallGrow * f, grow - smallGrow * f, blurredSmall.width() * f,
+                      blurredSmall.height() * f});
+    out.setOpaque(clamp && image.isOpaque());
+    return out;
+}
 
 // Odd box widths whose three variances add up to sigma squared as closely as whole widths allow.
 std::array<int, 3> boxWidths(double sigma) {
@@ -108,6 +175,16 @@ void boxAlongColumns(const std::uint16_t* in, std::uint16_t* out, int rows, std:
 Image gaussianBlur(const Image& image, double sigma, BlurEdges edges) {
     if (image.isNull() || !(sigma >= 0.3) || !std::isfinite(sigma))
         return image;
+    if (sigma >= reducedThreshold && image.format() == PixelFormat::bgra8Premultiplied)
+        return blurReduced(image, sigma, edges);
+    return blurAtFullSize(image, sigma, edges);
+}
+
+namespace {
+
+Image blurAtFullSize(const Image& image, double sigma, BlurEdges edges) {
+    if (image.isNull() || !(sigma >= 0.3) || !std::isfinite(sigma))
+        return image;
     const bool gray = image.format() == PixelFormat::gray8;
     const int channels = gray ? 1 : 4;
     const bool clamp = edges == BlurEdges::clamp;
@@ -165,5 +242,7 @@ Image gaussianBlur(const Image& image, double sigma, BlurEdges edges) {
     }
     return out;
 }
+
+} // namespace
 
 } // namespace orvane::imageops
