@@ -143,14 +143,16 @@ Image Compositor::composeFrame(const Image& sourceImage, const Clip& clip, Proje
     Rect shadowRect = picture.frame;
     std::optional<PerspectiveMap> warp;
     std::optional<Image> layer;
-    if (perspective || moves || fades || blurs) {
-        Rect extent = picture.placed;
-        if (perspective && chrome)
-            extent = unite(extent, chrome->extent());
-        const Rect bounds = pixelBounds(extent);
-        layer = Image::cleared(int(bounds.width), int(bounds.height));
-        if (layer->isNull())
-            return canvas;
+    Rect extent = picture.placed;
+    if (perspective && chrome)
+        extent = unite(extent, chrome->extent());
+    const Rect bounds = pixelBounds(extent);
+    Image own;
+    if (perspective || moves || fades || blurs)
+        own = Image::cleared(int(bounds.width), int(bounds.height));
+    // Without memory for the picture's own image it is drawn flat, as if those stages were off.
+    if (!own.isNull()) {
+        layer = std::move(own);
         layer->setOrigin(bounds.origin());
         picture.draw(m_resampler, *layer, sourceImage);
 
