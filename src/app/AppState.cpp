@@ -20,6 +20,7 @@ AppState::AppState(Services services)
     , m_recents(services.recents)
     , m_clock(services.clock) {
     sharedInstance = this;
+    m_exportQueueController.attach(m_exportQueue);
     // Menu titles follow the stack through this counter.
     for (auto signal : {&UndoManager::didUndo, &UndoManager::didRedo, &UndoManager::didCloseUndoGroup,
                         &UndoManager::willCloseUndoGroup, &UndoManager::checkpoint})

@@ -3,6 +3,7 @@
 #include "AppTypes.h"
 #include "ImportError.h"
 #include "UndoManager.h"
+#include "export/ExportQueue.h"
 #include "project/ProjectBundle.h"
 #include "project/RecentProjectsStore.h"
 #include "support/Clock.h"
@@ -91,6 +92,10 @@ public:
     void setOpenPanelHandler(std::function<void()> handler) { m_openPanelHandler = std::move(handler); }
     void openProject();
     static QString filteredProjectName(const QString& name);
+
+    // ---- export -------------------------------------------------------------------------------------
+    ExportQueue& exportQueue() { return m_exportQueue; }
+    ExportQueueController& exportQueueController() { return m_exportQueueController; }
 
     // ---- import and the sample project --------------------------------------------------------------
     static const QStringList& supportedVideoExtensions(); // "mov", "mp4", "m4v", "mkv"
@@ -189,6 +194,8 @@ private:
     std::function<void()> m_openPanelHandler;
     std::unique_ptr<QObject> m_localAPIServer;
     std::function<void(bool)> m_importPanelHandler;
+    ExportQueue m_exportQueue;
+    ExportQueueController m_exportQueueController{m_clock};
 };
 
 } // namespace orvane

@@ -15,6 +15,10 @@ CommandLine::CommandLine() {
     add(QStringLiteral("auto-zoom"), QStringLiteral("auto-zoom PROJECT [--clip ID]"), &runAutoZoomCommand);
     add(QStringLiteral("telemetry"), QStringLiteral("telemetry --seconds N [--out DIR]"),
         &runTelemetryCommand);
+    add(QStringLiteral("render"),
+        QStringLiteral("render PROJECT [-o FILE] [--preset web1080|web4K|socialSquare|socialVertical] "
+                       "[--codec h264|hevc|prores] [--container mp4|mov] [--no-audio]"),
+        &runRenderCommand);
 }
 
 void CommandLine::add(const QString& name, const QString& synopsis, Command command) {

@@ -46,5 +46,6 @@ int runSampleCommand(AppState& app, const QStringList& args);
 int runImportCommand(AppState& app, const QStringList& args);
 int runAutoZoomCommand(AppState& app, const QStringList& args);
 int runTelemetryCommand(AppState& app, const QStringList& args);
+int runRenderCommand(AppState& app, const QStringList& args);
 
 } // namespace orvane

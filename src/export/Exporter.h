@@ -1,0 +1,41 @@
+#pragma once
+
+#include "ExportConfiguration.h"
+#include "ExporterError.h"
+#include "project/Project.h"
+
+#include <tl/expected.hpp>
+
+#include <functional>
+#include <mutex>
+
+namespace orvane {
+
+// Renders a project to a file: each source frame composed by a private Compositor and encoded, the clip's
+// audio passed along or mixed. One Exporter serves one export.
+//
+// `exportProject` blocks on the calling thread, which becomes the export's video thread; `cancel` may be
+// called from any thread at any time, and a cancelled or failed run leaves no file at the target.
+class Exporter {
+public:
+    using Progress = std::function<void(double)>; // 0...1, called on the export's thread
+
+    tl::expected<void, ExporterError> exportProject(const Project& project, const QString& bundlePath,
+                                                    const ExportConfiguration& config,
+                                                    const Progress& progress);
+    void cancel();
+    bool isCancelled() const;
+
+    // Attempts at a free output frame while the encoder lags, 5 ms apart; then the export fails.
+    static constexpr int framePoolAttempts = 6;
+
+private:
+    tl::expected<void, ExporterError> exportSingleClip(const Clip& clip, const QString& bundlePath,
+                                                       const ExportConfiguration& config,
+                                                       const Progress& progress);
+
+    mutable std::mutex m_lock; // guards m_isCancelled
+    bool m_isCancelled = false;
+};
+
+} // namespace orvane
