@@ -3,7 +3,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 JOBS ?= 2
 
-.PHONY: all deps configure build test bench fuzz format clean
+.PHONY: all deps configure build test demo bench fuzz format clean
 
 all: build
 
@@ -18,6 +18,9 @@ build: configure
 
 test: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS) --timeout 600
+
+demo: build
+	scripts/demo
 
 bench: build
 	$(BUILD_DIR)/bench/orvane-bench
