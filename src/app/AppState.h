@@ -96,6 +96,10 @@ public:
     // ---- export -------------------------------------------------------------------------------------
     ExportQueue& exportQueue() { return m_exportQueue; }
     ExportQueueController& exportQueueController() { return m_exportQueueController; }
+    // Enqueues the open project and answers at once with the file the job will write. Preset and codec
+    // are loose texts ("4k", "vertical", "hevc", "ProRes", ...); anything unknown means web1080 and H.264.
+    tl::expected<QString, Error> apiExport(const QString& preset, const QString& codec,
+                                           const std::optional<QString>& outputPath);
 
     // ---- import and the sample project --------------------------------------------------------------
     static const QStringList& supportedVideoExtensions(); // "mov", "mp4", "m4v", "mkv"
@@ -172,6 +176,7 @@ private:
     void registerSnapshotStep(const Project& before, const Project& after, const QString& name);
     tl::expected<std::shared_ptr<ProjectBundle>, Error> makeBundle(const QString& folder, Project project);
     QCoro::Task<tl::expected<void, ImportError>> importFile(QString path, bool audio);
+    QCoro::Task<void> importList(QStringList paths, bool audio);
     void bumpUndoStackVersion();
 
     UserDefaults& m_defaults;

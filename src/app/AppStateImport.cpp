@@ -148,22 +148,19 @@ AppError AppState::makeImportError(const QString& path, const ImportError& error
 }
 
 QCoro::Task<void> AppState::importVideos(QStringList paths) {
-    for (const QString& path : paths) {
-        auto importing = importVideo(path);
-        const auto imported = co_await importing;
-        if (!imported) {
-            setLastError(makeImportError(path, imported.error(), false));
-            co_return;
-        }
-    }
+    return importList(std::move(paths), false);
 }
 
 QCoro::Task<void> AppState::importAudios(QStringList paths) {
+    return importList(std::move(paths), true);
+}
+
+QCoro::Task<void> AppState::importList(QStringList paths, bool audio) {
     for (const QString& path : paths) {
-        auto importing = importAudio(path);
+        auto importing = importFile(path, audio);
         const auto imported = co_await importing;
         if (!imported) {
-            setLastError(makeImportError(path, imported.error(), true));
+            setLastError(makeImportError(path, imported.error(), audio));
             co_return;
         }
     }

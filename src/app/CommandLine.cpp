@@ -19,6 +19,9 @@ CommandLine::CommandLine() {
         QStringLiteral("render PROJECT [-o FILE] [--preset web1080|web4K|socialSquare|socialVertical] "
                        "[--codec h264|hevc|prores] [--container mp4|mov] [--no-audio]"),
         &runRenderCommand);
+    add(QStringLiteral("still"),
+        QStringLiteral("still PROJECT [--clip ID] [--time SECONDS] -o FILE.png | still --demo -o FILE.png"),
+        &runStillCommand);
 }
 
 void CommandLine::add(const QString& name, const QString& synopsis, Command command) {

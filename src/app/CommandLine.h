@@ -47,5 +47,6 @@ int runImportCommand(AppState& app, const QStringList& args);
 int runAutoZoomCommand(AppState& app, const QStringList& args);
 int runTelemetryCommand(AppState& app, const QStringList& args);
 int runRenderCommand(AppState& app, const QStringList& args);
+int runStillCommand(AppState& app, const QStringList& args);
 
 } // namespace orvane

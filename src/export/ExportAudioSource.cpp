@@ -35,21 +35,26 @@ ExportAudioSource::open(const QString& sourcePath, const AudioConfig& audio, boo
                                     "for this clip"));
         return source;
     }
-    source->m_system = std::move(*system);
+    source->m_tracks.emplace_back().reader = std::move(*system);
     if (!needsMix(audio)) {
         source->m_route = Route::passthrough;
         return source;
     }
     source->m_route = Route::mix;
-    if (source->m_trackCount >= 2) {
-        if (auto mic = AudioReader::open(sourcePath, {1}))
-            source->m_mic = std::move(*mic);
-        if (audio.noiseSuppression)
-            source->m_cleanUp.emplace(AudioReader::sampleRate);
-        // A failed analysis simply means no ducking.
-        if (audio.ducking)
-            source->m_speech = AudioAnalyzer::analyzeMicTrack(sourcePath, 1);
+    // Every further track is a microphone at the mic volume; only the first of them is cleaned up and
+    // listened to for ducking.
+    for (int index = 1; index < source->m_trackCount; ++index) {
+        auto mic = AudioReader::open(sourcePath, {index});
+        if (!mic)
+            continue;
+        Track& track = source->m_tracks.emplace_back();
+        track.reader = std::move(*mic);
+        if (index == 1 && audio.noiseSuppression)
+            track.cleanUp.emplace(AudioReader::sampleRate);
     }
+    // A failed analysis simply means no ducking.
+    if (audio.ducking && source->m_trackCount >= 2)
+        source->m_speech = AudioAnalyzer::analyzeMicTrack(sourcePath, 1);
     return source;
 }
 
@@ -72,55 +77,49 @@ double ExportAudioSource::duckingGain(const std::vector<VoiceActivitySegment>& s
     return gain;
 }
 
-tl::expected<std::size_t, ExporterError> ExportAudioSource::pull(AudioReader& reader,
-                                                                 std::vector<float>& pending,
-                                                                 std::vector<float>& buffer,
-                                                                 std::size_t frames) {
-    buffer.assign(frames * 2, 0.0f);
-    std::size_t filled = 0;
-    while (filled < frames) {
-        if (pending.empty()) {
-            auto chunk = reader.next();
+tl::expected<void, ExporterError> ExportAudioSource::pull(Track& track, std::size_t frames) {
+    // The blocks keep their capacity from call to call, so steady reading allocates nothing.
+    track.block.assign(frames * 2, 0.0f);
+    track.frames = 0;
+    while (!track.ended && track.frames < frames) {
+        if (track.pendingUsed == track.pending.size()) {
+            auto chunk = track.reader->next();
             if (!chunk)
                 return tl::unexpected(ExporterError::reader(chunk.error().description));
-            if (!*chunk)
+            if (!*chunk) {
+                track.ended = true;
                 break;
-            pending.assign((*chunk)->samples.begin(), (*chunk)->samples.end());
+            }
+            track.pending.assign((*chunk)->samples.begin(), (*chunk)->samples.end());
+            track.pendingUsed = 0;
         }
-        const std::size_t take = std::min(frames - filled, pending.size() / 2);
-        std::copy_n(pending.begin(), take * 2, buffer.begin() + std::ptrdiff_t(filled * 2));
-        pending.erase(pending.begin(), pending.begin() + std::ptrdiff_t(take * 2));
-        filled += take;
+        const std::size_t take =
+            std::min(frames - track.frames, (track.pending.size() - track.pendingUsed) / 2);
+        std::copy_n(track.pending.begin() + std::ptrdiff_t(track.pendingUsed), take * 2,
+                    track.block.begin() + std::ptrdiff_t(track.frames * 2));
+        track.pendingUsed += take * 2;
+        track.frames += take;
     }
-    return filled;
+    if (track.cleanUp && track.frames > 0)
+        track.cleanUp->process(std::span<float>(track.block.data(), track.frames * 2));
+    return {};
 }
 
 tl::expected<std::span<const float>, ExporterError> ExportAudioSource::read(std::size_t maxFrames) {
-    if (m_route == Route::none || !m_system)
+    if (m_route == Route::none || m_tracks.empty())
         return std::span<const float>();
 
-    auto system = m_systemEnded ? tl::expected<std::size_t, ExporterError>(0)
-                                : pull(*m_system, m_systemPending, m_systemBlock, maxFrames);
-    if (!system)
-        return tl::unexpected(system.error());
-    m_systemEnded = m_systemEnded || *system < maxFrames;
-    std::size_t frames = *system;
+    std::size_t frames = 0;
+    for (Track& track : m_tracks) {
+        if (auto pulled = pull(track, maxFrames); !pulled)
+            return tl::unexpected(pulled.error());
+        frames = std::max(frames, track.frames);
+    }
     if (m_route == Route::passthrough) {
         m_position += std::int64_t(frames);
-        return std::span<const float>(m_systemBlock.data(), frames * 2);
+        return std::span<const float>(m_tracks.front().block.data(), frames * 2);
     }
 
-    std::size_t micFrames = 0;
-    if (m_mic && !m_micEnded) {
-        auto mic = pull(*m_mic, m_micPending, m_micBlock, maxFrames);
-        if (!mic)
-            return tl::unexpected(mic.error());
-        micFrames = *mic;
-        m_micEnded = micFrames < maxFrames;
-        if (m_cleanUp)
-            m_cleanUp->process(std::span<float>(m_micBlock.data(), micFrames * 2));
-    }
-    frames = std::max(frames, micFrames);
     m_out.assign(frames * 2, 0.0f);
     const double rate = AudioReader::sampleRate;
     for (std::size_t i = 0; i < frames; ++i) {
@@ -128,11 +127,10 @@ tl::expected<std::span<const float>, ExporterError> ExportAudioSource::read(std:
         const double systemGain =
             m_config.systemAudioVolume * (m_speech.empty() ? 1.0 : duckingGain(m_speech, t));
         for (std::size_t c = 0; c < 2; ++c) {
-            double v = 0;
-            if (i < *system)
-                v += m_systemBlock[i * 2 + c] * systemGain;
-            if (i < micFrames)
-                v += m_micBlock[i * 2 + c] * m_config.micVolume;
+            // Blocks are zero past a track's end, so every track can be summed over the whole block.
+            double v = double(m_tracks.front().block[i * 2 + c]) * systemGain;
+            for (std::size_t k = 1; k < m_tracks.size(); ++k)
+                v += double(m_tracks[k].block[i * 2 + c]) * m_config.micVolume;
             m_out[i * 2 + c] = float(std::clamp(v, -1.0, 1.0));
         }
     }

@@ -34,9 +34,12 @@ public:
     Route route() const { return m_route; }
     bool hasAudio() const { return m_route != Route::none; }
     int sourceTrackCount() const { return m_trackCount; }
+    // Source tracks that feed the result: the first alone when passed along, every readable one when mixed.
+    int mixedTrackCount() const { return int(m_tracks.size()); }
     const std::vector<VoiceActivitySegment>& duckingSegments() const { return m_speech; }
 
-    // The next block of up to `maxFrames` frames starting at `position()`; empty at the end.
+    // The next block of up to `maxFrames` frames starting at `position()`; empty at the end. Valid until
+    // the next call.
     tl::expected<std::span<const float>, ExporterError> read(std::size_t maxFrames);
     std::int64_t position() const { return m_position; }
 
@@ -45,22 +48,27 @@ public:
     static double duckingGain(const std::vector<VoiceActivitySegment>& speech, double seconds);
 
 private:
+    // One source track: the first is the system sound, the others microphones.
+    struct Track {
+        std::unique_ptr<AudioReader> reader;
+        std::optional<NoiseSuppressor::Chain> cleanUp;
+        std::vector<float> pending; // the reader's last chunk, used up to `pendingUsed`
+        std::size_t pendingUsed = 0;
+        std::vector<float> block;
+        std::size_t frames = 0; // in `block` from the last read
+        bool ended = false;
+    };
+
     ExportAudioSource() = default;
-    // Fills `buffer` with up to `frames` frames from `reader`, zeros past its end; frames delivered.
-    tl::expected<std::size_t, ExporterError> pull(AudioReader& reader, std::vector<float>& pending,
-                                                  std::vector<float>& buffer, std::size_t frames);
+    // Fills the track's block with up to `frames` frames, zeros past its end.
+    tl::expected<void, ExporterError> pull(Track& track, std::size_t frames);
 
     Route m_route = Route::none;
     int m_trackCount = 0;
     AudioConfig m_config;
-    std::unique_ptr<AudioReader> m_system;
-    std::unique_ptr<AudioReader> m_mic;
-    std::optional<NoiseSuppressor::Chain> m_cleanUp;
+    std::vector<Track> m_tracks;
     std::vector<VoiceActivitySegment> m_speech;
-    std::vector<float> m_systemPending, m_micPending; // samples read but not yet used
-    std::vector<float> m_systemBlock, m_micBlock, m_out;
-    bool m_systemEnded = false;
-    bool m_micEnded = false;
+    std::vector<float> m_out;
     std::int64_t m_position = 0;
 };
 

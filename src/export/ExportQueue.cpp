@@ -7,7 +7,7 @@
 #include <QPointer>
 #include <QtConcurrent/QtConcurrentRun>
 
-#include <cmath>
+#include <algorithm>
 
 namespace orvane {
 
@@ -58,15 +58,19 @@ void ExportQueue::startWorkerIfNeeded() {
     if (m_workerRunning)
         return;
     m_workerRunning = true;
-    drainLoop();
+    // The worker starts on a later turn of the main loop, as a task would: whoever enqueued finishes
+    // first and sees the job pending.
+    QMetaObject::invokeMethod(
+        this, [this] { drainLoop(); }, Qt::QueuedConnection);
 }
 
 QCoro::Task<void> ExportQueue::drainLoop() {
     const std::shared_ptr<bool> alive = m_alive;
     m_isProcessing = true;
     while (*alive) {
-        const auto next =
-            std::find_if(m_jobs.begin(), m_jobs.end(), [](const Job& j) { return j.state.isPending(); });
+        const auto next = std::find_if(m_jobs.begin(), m_jobs.end(), [this](const Job& j) {
+            return j.state.isPending() && !m_passedOver.contains(j.id);
+        });
         if (next == m_jobs.end())
             break;
         auto running = runJob(next->id);
@@ -86,9 +90,8 @@ QCoro::Task<void> ExportQueue::runJob(QUuid id) {
         co_return;
     const auto bundleIt = m_pendingBundles.find(id);
     if (bundleIt == m_pendingBundles.end() || !bundleIt->second) {
-        // A job without its bundle is passed over in the state it is in; mark it so the loop moves on.
-        setState(id,
-                 JobState{JobState::Failed{QStringLiteral("The project of this export is no longer open.")}});
+        // Passed over in the state it is in; remembered so that no loop picks it again.
+        m_passedOver.insert(id);
         co_return;
     }
     // The render works on a copy taken here, on the main thread: edits made meanwhile don't reach it.
@@ -206,7 +209,8 @@ QString ExportQueue::statusText(const Job& job) {
             if constexpr (std::is_same_v<S, JobState::Pending>)
                 return QStringLiteral("Waiting in queue • ") + job.bundleName;
             else if constexpr (std::is_same_v<S, JobState::Running>)
-                return QStringLiteral("Rendering %1% • ").arg(int(std::lround(s.progress * 100))) +
+                // Cut, not rounded: a job shows 100% only once it is finished.
+                return QStringLiteral("Rendering %1% • ").arg(int(std::clamp(s.progress, 0.0, 1.0) * 100)) +
                        job.bundleName;
             else if constexpr (std::is_same_v<S, JobState::Completed>)
                 return QStringLiteral("Finished • ") + job.bundleName;

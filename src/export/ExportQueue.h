@@ -14,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <variant>
 #include <vector>
 
@@ -113,6 +114,7 @@ private:
     bool m_workerRunning = false;
     std::map<QUuid, std::shared_ptr<Runner>> m_liveExporters;
     std::map<QUuid, std::shared_ptr<ProjectBundle>> m_pendingBundles;
+    std::set<QUuid> m_passedOver; // pending jobs that had no bundle when their turn came
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 };
 

@@ -68,6 +68,18 @@ QString ExportSheetModel::codecTitle(Codec codec) {
     return {};
 }
 
+QString ExportSheetModel::strategyTitle(RecomposeStrategy strategy) {
+    switch (strategy) {
+    case RecomposeStrategy::followCursor:
+        return QStringLiteral("Follow Cursor");
+    case RecomposeStrategy::centerWeighted:
+        return QStringLiteral("Center Weighted");
+    case RecomposeStrategy::faceTracking:
+        return QStringLiteral("Face Tracking");
+    }
+    return {};
+}
+
 ExportConfiguration::Preset ExportSheetModel::configurationPreset(Preset preset) {
     switch (preset) {
     case Preset::web1080:

@@ -31,10 +31,13 @@ public:
     void setIncludeAudio(bool include) { m_includeAudio = include; }
     bool autoRecompose() const { return m_autoRecompose; }
     void setAutoRecompose(bool on) { m_autoRecompose = on; }
+    RecomposeStrategy recomposeStrategy() const { return m_recomposeStrategy; }
+    void setRecomposeStrategy(RecomposeStrategy strategy) { m_recomposeStrategy = strategy; }
 
     static QString presetTitle(Preset preset);
     static QString formatTitle(ExportConfiguration::Container format);
     static QString codecTitle(ExportConfiguration::Codec codec);
+    static QString strategyTitle(RecomposeStrategy strategy);
     static ExportConfiguration::Preset configurationPreset(Preset preset);
 
     QString estimatedSizeLabel() const;
@@ -57,6 +60,7 @@ private:
     ExportConfiguration::Codec m_codec = ExportConfiguration::Codec::h264;
     bool m_includeAudio = true;
     bool m_autoRecompose = false;
+    RecomposeStrategy m_recomposeStrategy = RecomposeStrategy::followCursor;
 };
 
 } // namespace orvane

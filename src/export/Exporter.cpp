@@ -7,6 +7,7 @@
 #include "media/FrameReader.h"
 #include "media/MediaWriter.h"
 #include "rendering/Compositor.h"
+#include "rendering/VideoFrameImage.h"
 #include "support/Log.h"
 
 #include <QDir>
@@ -34,9 +35,9 @@ VideoCodec writerCodec(ExportConfiguration::Codec codec) {
     return VideoCodec::h264;
 }
 
-// The writer's settings for a configuration: the preset's size and rate, a key frame at least every
-// second, and the preset's bit rate except for ProRes, which has none.
-MediaWriterSettings writerSettings(const ExportConfiguration& config, bool withAudio) {
+} // namespace
+
+MediaWriterSettings Exporter::makeVideoSettings(const ExportConfiguration& config, bool withAudio) {
     MediaWriterSettings settings;
     settings.container =
         config.container == ExportConfiguration::Container::mov ? ContainerFormat::mov : ContainerFormat::mp4;
@@ -47,6 +48,7 @@ MediaWriterSettings writerSettings(const ExportConfiguration& config, bool withA
     video.codec = writerCodec(config.codec);
     video.frameRate = config.preset.frameRate();
     video.keyframeInterval = config.preset.frameRate();
+    // A multiple of 600 and of 30000, so the usual source frame times, NTSC rates included, pass unrounded.
     video.timescale = 600 * 100;
     if (config.codec != ExportConfiguration::Codec::prores && config.preset.bitRate() > 0)
         video.bitRate = config.preset.bitRate();
@@ -57,16 +59,7 @@ MediaWriterSettings writerSettings(const ExportConfiguration& config, bool withA
     return settings;
 }
 
-// A decoded frame handed to the compositor without a copy: the image keeps the frame alive.
-Image wrapFrame(const VideoFrame& frame) {
-    auto* keep = new VideoFrame(frame);
-    Image image = Image::wrap(
-        const_cast<std::uint8_t*>(keep->data()), keep->width(), keep->height(), keep->stride(),
-        PixelFormat::bgra8Premultiplied, [](void* context) { delete static_cast<VideoFrame*>(context); },
-        keep);
-    image.setOpaque(true);
-    return image;
-}
+namespace {
 
 // The camera recording beside the screen: the last camera frame at or before each screen time, and the
 // final one after the camera file ends.
@@ -87,7 +80,7 @@ public:
             }
             if (m_pending->time().seconds() > t)
                 break;
-            m_last = wrapFrame(*m_pending);
+            m_last = imageFromVideoFrame(*m_pending);
             m_pending.reset();
         }
         return m_last;
@@ -191,7 +184,7 @@ tl::expected<void, ExporterError> Exporter::exportSingleClip(const Clip& clip, c
     if (QFileInfo::exists(config.outputPath) && !QFile::remove(config.outputPath))
         return tl::unexpected(ExporterError::writer(
             QStringLiteral("Couldn't replace the existing file at %1").arg(config.outputPath)));
-    auto created = MediaWriter::create(config.outputPath, writerSettings(config, (*audio)->hasAudio()));
+    auto created = MediaWriter::create(config.outputPath, makeVideoSettings(config, (*audio)->hasAudio()));
     if (!created)
         return tl::unexpected(ExporterError::writer(created.error().description));
     MediaWriter& writer = **created;
@@ -212,6 +205,9 @@ tl::expected<void, ExporterError> Exporter::exportSingleClip(const Clip& clip, c
             return {};
         while (double(source.position()) / 48000.0 < untilSeconds) {
             if (!writer.isReadyForAudio(0)) {
+                // A writer that failed is never ready again.
+                if (const auto error = writer.error())
+                    return tl::unexpected(ExporterError::writer(error->description));
                 if (isCancelled())
                     return {};
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -245,10 +241,12 @@ tl::expected<void, ExporterError> Exporter::exportSingleClip(const Clip& clip, c
         if (camera)
             compositor.setCurrentCameraFrame(camera->frame(pts));
         const Image canvas =
-            compositor.composeFrame(wrapFrame(source), clip, ProjectTime(pts), cursor, events);
+            compositor.composeFrame(imageFromVideoFrame(source), clip, ProjectTime(pts), cursor, events);
 
         // The writer's readiness paces the pump; its pool is the second brake.
         while (!writer.isReadyForVideo()) {
+            if (const auto error = writer.error())
+                return fail(ExporterError::writer(error->description));
             if (isCancelled())
                 return fail(ExporterError::of(ExporterError::Kind::cancelled));
             std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -2,6 +2,7 @@
 
 #include "ExportConfiguration.h"
 #include "ExporterError.h"
+#include "media/MediaWriterSettings.h"
 #include "project/Project.h"
 
 #include <tl/expected.hpp>
@@ -25,6 +26,10 @@ public:
                                                     const Progress& progress);
     void cancel();
     bool isCancelled() const;
+
+    // The writer's settings for a configuration: the preset's size and rate, a key frame at least every
+    // second, the preset's bit rate except for ProRes (none), and a 192 kbit/s AAC track when asked.
+    static MediaWriterSettings makeVideoSettings(const ExportConfiguration& config, bool withAudio);
 
     // Attempts at a free output frame while the encoder lags, 5 ms apart; then the export fails.
     static constexpr int framePoolAttempts = 6;

@@ -19,6 +19,18 @@ private:
 };
 } // namespace
 
+LocalScreenAPIDelegate::ExportCounts AppStateAPIDelegate::exportCounts() const {
+    ExportCounts counts;
+    for (const ExportQueue::Job& job : m_app.exportQueue().jobs()) {
+        const auto& state = job.state.value;
+        counts.pending += std::holds_alternative<ExportQueue::JobState::Pending>(state);
+        counts.active += std::holds_alternative<ExportQueue::JobState::Running>(state);
+        counts.completed += std::holds_alternative<ExportQueue::JobState::Completed>(state);
+        counts.failed += std::holds_alternative<ExportQueue::JobState::Failed>(state);
+    }
+    return counts;
+}
+
 void ensureLocalAPIServer(AppState& app) {
     if (app.localAPIServer())
         return;

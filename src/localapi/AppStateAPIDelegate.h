@@ -34,6 +34,11 @@ public:
     QCoro::Task<tl::expected<int, Error>> apiGenerateAutoZoom(QUuid clipID) override {
         return m_app.apiGenerateAutoZoom(clipID);
     }
+    tl::expected<QString, Error> apiExport(const QString& preset, const QString& codec,
+                                           const std::optional<QString>& outputPath) override {
+        return m_app.apiExport(preset, codec, outputPath);
+    }
+    ExportCounts exportCounts() const override;
 
 private:
     AppState& m_app;

@@ -132,6 +132,7 @@ std::vector<LocalAPIServer::Route> LocalAPIServer::buildRoutes() {
     routes.push_back({QStringLiteral("GET"), {QStringLiteral("status")}, &handleStatus});
     addProjectRoutes(routes);
     addClipStyleRoutes(routes);
+    addRecordingExportRoutes(routes);
     return routes;
 }
 

@@ -83,5 +83,6 @@ private:
 // The route tables of each group, in the order of the server's table.
 void addProjectRoutes(std::vector<LocalAPIServer::Route>& routes);
 void addClipStyleRoutes(std::vector<LocalAPIServer::Route>& routes);
+void addRecordingExportRoutes(std::vector<LocalAPIServer::Route>& routes);
 
 } // namespace orvane

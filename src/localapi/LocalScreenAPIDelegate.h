@@ -36,6 +36,13 @@ public:
                                                     const std::function<void(Clip&)>& mutate) = 0;
     // Keyframes made from the clip's clicks; fails without a project or clip.
     virtual QCoro::Task<tl::expected<int, Error>> apiGenerateAutoZoom(QUuid clipID) = 0;
+    virtual tl::expected<QString, Error> apiExport(const QString& preset, const QString& codec,
+                                                   const std::optional<QString>& outputPath) = 0;
+    // Jobs of the export queue by state: pending, running, completed, failed (cancelled ones count nowhere).
+    struct ExportCounts {
+        int pending = 0, active = 0, completed = 0, failed = 0;
+    };
+    virtual ExportCounts exportCounts() const = 0;
 };
 
 } // namespace orvane

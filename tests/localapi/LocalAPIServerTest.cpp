@@ -5,6 +5,7 @@
 #include "project/JsonValue.h"
 #include "support/UserDefaults.h"
 
+#include <QCoro/QCoroTask>
 #include <QDir>
 #include <QFile>
 #include <QNetworkAccessManager>
@@ -12,6 +13,7 @@
 #include <QNetworkReply>
 #include <QRegularExpression>
 #include <QSignalSpy>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -29,6 +31,28 @@ JsonObject bodyOf(const QByteArray& json) {
     auto* v = std::get_if<JsonValue>(&parsed);
     return v ? v->toObject() : JsonObject();
 }
+
+// An application state with its own settings and a started server on a free port.
+struct TestServer {
+    explicit TestServer(std::function<void(LocalAPIServer&)> configure = {}) {
+        defaults.setValue(QStringLiteral("recordingSaveDirectory"), dir.filePath(QStringLiteral("Projects")));
+        if (configure)
+            configure(server);
+        QSignalSpy ready(&server, &LocalAPIServer::listening);
+        server.start();
+        started = ready.wait(5000);
+    }
+
+    QObject lifetime;
+    QTemporaryDir dir;
+    UserDefaults defaults{dir.filePath(QStringLiteral("d.ini"))};
+    RecentProjectsStore recents{defaults};
+    AppState app{{defaults, recents, Clock::system()}};
+    AppStateAPIDelegate delegate{app};
+    quint16 port = freeLoopbackPort();
+    LocalAPIServer server{&delegate, &lifetime, port};
+    bool started = false;
+};
 
 class LocalAPIServerTest : public ::testing::Test {
 protected:
@@ -313,20 +337,11 @@ TEST_F(LocalAPIServerTest, QtNetworkClientsAndAppGone) {
 }
 
 TEST(LocalAPIServerFlood, MalformedRequestsNeverCrashOrLeakConnections) {
-    QObject lifetime;
-    QTemporaryDir dir;
-    UserDefaults defaults(dir.filePath(QStringLiteral("d.ini")));
-    defaults.setValue(QStringLiteral("recordingSaveDirectory"), dir.filePath(QStringLiteral("Projects")));
-    RecentProjectsStore recents(defaults);
-    AppState app({defaults, recents, Clock::system()});
-    AppStateAPIDelegate delegate(app);
-    const quint16 port = freeLoopbackPort();
-    LocalAPIServer server(&delegate, &lifetime, port);
     // Truncated requests end by a quiet spell; keep it short so the flood runs quickly.
-    server.setQuietRequestEnd(std::chrono::milliseconds(30));
-    QSignalSpy ready(&server, &LocalAPIServer::listening);
-    server.start();
-    ASSERT_TRUE(ready.wait(5000));
+    TestServer test([](LocalAPIServer& s) { s.setQuietRequestEnd(std::chrono::milliseconds(30)); });
+    ASSERT_TRUE(test.started);
+    LocalAPIServer& server = test.server;
+    const quint16 port = test.port;
 
     std::mt19937 rng(99);
     const QByteArray seeds[] = {"GET /health HTTP/1.1\r\n\r\n",
@@ -379,18 +394,10 @@ TEST(LocalAPIServerFlood, MalformedRequestsNeverCrashOrLeakConnections) {
 }
 
 TEST(LocalAPIServerLimits, SilentClientsAreClosedAndDoNotStarveOthers) {
-    QObject lifetime;
-    QTemporaryDir dir;
-    UserDefaults defaults(dir.filePath(QStringLiteral("d.ini")));
-    RecentProjectsStore recents(defaults);
-    AppState app({defaults, recents, Clock::system()});
-    AppStateAPIDelegate delegate(app);
-    const quint16 port = freeLoopbackPort();
-    LocalAPIServer server(&delegate, &lifetime, port);
-    server.setIdleConnectionLimit(std::chrono::milliseconds(5000));
-    QSignalSpy ready(&server, &LocalAPIServer::listening);
-    server.start();
-    ASSERT_TRUE(ready.wait(5000));
+    TestServer test([](LocalAPIServer& s) { s.setIdleConnectionLimit(std::chrono::milliseconds(5000)); });
+    ASSERT_TRUE(test.started);
+    LocalAPIServer& server = test.server;
+    const quint16 port = test.port;
 
     // Ten clients connect fifty silent sockets each, at once.
     std::vector<int> idle(500, -1);
@@ -499,4 +506,71 @@ TEST_F(LocalAPIServerTest, AutoZoomRouteReplacesTheZoomTrack) {
                    QStringLiteral("/project/clip/%1/auto-zoom").arg(uuidString(QUuid::createUuid())))
                   .status,
               400);
+}
+
+TEST_F(LocalAPIServerTest, OutputFolderRoutes) {
+    const JsonObject before =
+        bodyOf(call(QStringLiteral("GET"), QStringLiteral("/recording/output-dir")).body);
+    EXPECT_EQ(before.value("outputDir").toString(), m_dir.filePath(QStringLiteral("Projects")));
+    EXPECT_EQ(before.value("default").toString(), AppState::defaultRecordingsRootDirectory());
+
+    EXPECT_EQ(
+        call(QStringLiteral("POST"), QStringLiteral("/recording/output-dir"), R"({"outputDir": ""})").body,
+        QByteArray(R"({"error":"Missing 'outputDir' in request body"})"));
+    const QString target = m_dir.filePath(QStringLiteral("new/deeper"));
+    const JsonObject set = bodyOf(call(QStringLiteral("POST"), QStringLiteral("/recording/output-dir"),
+                                       QByteArray(R"({"path": ")") + target.toUtf8() + "\"}")
+                                      .body);
+    EXPECT_TRUE(set.value("writable").toBool());
+    EXPECT_TRUE(QDir(target).exists());
+    EXPECT_EQ(m_app.recordingsRootDirectory(), target);
+
+    qputenv("HOME", m_dir.path().toUtf8());
+    const JsonObject tilde = bodyOf(call(QStringLiteral("POST"), QStringLiteral("/recording/output-dir"),
+                                         R"({"outputDirectory": "~/Tilde"})")
+                                        .body);
+    EXPECT_EQ(tilde.value("outputDir").toString(), m_dir.filePath(QStringLiteral("Tilde")));
+}
+
+TEST_F(LocalAPIServerTest, ExportEnqueuesAndStatusCountsJobs) {
+    if (QStandardPaths::findExecutable(QStringLiteral("ffmpeg")).isEmpty())
+        GTEST_SKIP() << "the ffmpeg tool is not installed (scripts/setup-deps installs it)";
+    EXPECT_EQ(call(QStringLiteral("POST"), QStringLiteral("/project/export")).body,
+              QByteArray(R"({"error":"No project open"})"));
+    ASSERT_TRUE(m_app.createProject(QStringLiteral("Empty"), 640, 360, 30));
+    EXPECT_EQ(call(QStringLiteral("POST"), QStringLiteral("/project/export")).body,
+              QByteArray(R"({"error":"Project has no clips to export"})"));
+
+    const QString movie = m_dir.filePath(QStringLiteral("take.mp4"));
+    QProcess ffmpeg;
+    ffmpeg.start(QStringLiteral("ffmpeg"),
+                 {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y"), QStringLiteral("-f"),
+                  QStringLiteral("lavfi"), QStringLiteral("-i"),
+                  QStringLiteral("testsrc2=size=320x240:rate=30:duration=0.5"), movie});
+    ASSERT_TRUE(ffmpeg.waitForFinished(60000));
+    ASSERT_TRUE(QCoro::waitFor(m_app.importVideo(movie)));
+
+    const JsonObject prores = bodyOf(call(QStringLiteral("POST"), QStringLiteral("/project/export"),
+                                          R"({"preset": "square", "codec": "ProRes"})")
+                                         .body);
+    EXPECT_TRUE(prores.value("outputPath").toString().endsWith(QStringLiteral("/exports/Empty-export.mov")))
+        << prores.value("outputPath").toString().toStdString();
+    const QString gifPath = m_dir.filePath(QStringLiteral("out.gif"));
+    const JsonObject gif = bodyOf(
+        call(QStringLiteral("POST"), QStringLiteral("/project/export"),
+             QByteArray(R"({"preset": "gif", "codec": "hevc", "outputPath": ")") + gifPath.toUtf8() + "\"}")
+            .body);
+    EXPECT_EQ(gif.value("outputPath").toString(), gifPath);
+
+    JsonObject status;
+    ASSERT_TRUE(spinUntil(
+        [&] {
+            status = bodyOf(call(QStringLiteral("GET"), QStringLiteral("/project/export/status")).body);
+            return status.value("pendingCount").toDouble() == 0 &&
+                   status.value("activeCount").toDouble() == 0;
+        },
+        120000));
+    EXPECT_EQ(status.value("completedCount").toDouble(), 1);
+    EXPECT_EQ(status.value("failedCount").toDouble(), 1); // GIF comes with the assembly route
+    EXPECT_TRUE(QFile::exists(prores.value("outputPath").toString()));
 }

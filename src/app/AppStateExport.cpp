@@ -1,0 +1,55 @@
+#include "AppState.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace orvane {
+
+tl::expected<QString, Error> AppState::apiExport(const QString& presetText, const QString& codecText,
+                                                 const std::optional<QString>& outputPath) {
+    if (!m_currentBundle)
+        return tl::unexpected(apiError(QStringLiteral("No project open")));
+    if (m_currentBundle->project().timeline.clips.empty())
+        return tl::unexpected(apiError(QStringLiteral("Project has no clips to export")));
+
+    ExportConfiguration config;
+    using P = ExportConfiguration::Preset;
+    const bool gif = presetText == QLatin1StringView("gif") || presetText == QLatin1StringView("GIF");
+    if (presetText == QLatin1StringView("web4K") || presetText == QLatin1StringView("4k") ||
+        presetText == QLatin1StringView("4K"))
+        config.preset = P::web4K();
+    else if (presetText == QLatin1StringView("socialSquare") || presetText == QLatin1StringView("square"))
+        config.preset = P::socialSquare();
+    else if (presetText == QLatin1StringView("socialVertical") || presetText == QLatin1StringView("vertical"))
+        config.preset = P::socialVertical();
+    else if (gif)
+        config.preset = P::gif();
+    else
+        config.preset = P::web1080();
+
+    if (codecText == QLatin1StringView("hevc") || codecText == QLatin1StringView("HEVC") ||
+        codecText == QLatin1StringView("h265")) {
+        config.codec = ExportConfiguration::Codec::hevc;
+        config.container = ExportConfiguration::Container::mp4;
+    } else if (codecText == QLatin1StringView("prores") || codecText == QLatin1StringView("ProRes")) {
+        config.codec = ExportConfiguration::Codec::prores;
+        config.container = ExportConfiguration::Container::mov;
+    } else {
+        config.codec = ExportConfiguration::Codec::h264;
+        config.container = ExportConfiguration::Container::mp4;
+    }
+    if (gif)
+        config.container = ExportConfiguration::Container::gif;
+    config.includeAudio = !gif;
+
+    config.outputPath = outputPath && !outputPath->isEmpty()
+                            ? *outputPath
+                            : QDir(m_currentBundle->exportDirectory())
+                                  .filePath(m_currentBundle->project().name + QStringLiteral("-export.") +
+                                            config.fileExtension());
+    QDir().mkpath(QFileInfo(config.outputPath).absolutePath());
+    m_exportQueue.enqueue(m_currentBundle, config);
+    return config.outputPath;
+}
+
+} // namespace orvane
