@@ -8,8 +8,11 @@
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <gtest/gtest.h>
+
+#include <csignal>
 
 using namespace orvane;
 
@@ -192,4 +195,67 @@ TEST(CommandLine, SampleImportAndAutoZoom) {
                                       uuidString(QUuid::createUuid())});
     EXPECT_NE(badClip.exitCode, 0);
     EXPECT_TRUE(badClip.err.contains(QStringLiteral("Clip not found: ")));
+}
+
+TEST(CommandLine, RenderStillAndCancel) {
+    QTemporaryDir home;
+    const QString folder = home.filePath(QStringLiteral("Sample.orvanescreen"));
+    ASSERT_EQ(run(home, {QStringLiteral("sample"), folder}).exitCode, 0);
+
+    const QString still = home.filePath(QStringLiteral("still.png"));
+    const Result stillResult = run(home, {QStringLiteral("still"), folder, QStringLiteral("--time"),
+                                          QStringLiteral("2"), QStringLiteral("-o"), still});
+    ASSERT_EQ(stillResult.exitCode, 0) << stillResult.err.toStdString();
+    const QImage frame(still);
+    ASSERT_EQ(frame.size(), QSize(1920, 1080));
+    // The corner is padding, so it shows the default gradient background, not the movie.
+    const QColor corner = frame.pixelColor(4, 4);
+    EXPECT_GT(corner.blueF(), 0.8);
+    EXPECT_GT(corner.redF(), 0.5);
+    EXPECT_EQ(run(home, {QStringLiteral("still"), QStringLiteral("--demo"), QStringLiteral("-o"),
+                         home.filePath(QStringLiteral("demo.png"))})
+                  .exitCode,
+              0);
+    EXPECT_EQ(QImage(home.filePath(QStringLiteral("demo.png"))).size(), QSize(1920, 1080));
+
+    const QString movie = home.filePath(QStringLiteral("out.mp4"));
+    const Result rendered = run(home, {QStringLiteral("render"), folder, QStringLiteral("-o"), movie,
+                                       QStringLiteral("--preset"), QStringLiteral("socialSquare")});
+    ASSERT_EQ(rendered.exitCode, 0) << rendered.err.toStdString();
+    EXPECT_TRUE(rendered.out.startsWith(movie)) << rendered.out.toStdString();
+    EXPECT_TRUE(rendered.err.contains(QStringLiteral("100.0%")));
+    QProcess probe;
+    probe.start(QStringLiteral("ffprobe"),
+                {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
+                 QStringLiteral("stream=codec_tag_string,width,height,nb_frames"), QStringLiteral("-of"),
+                 QStringLiteral("csv=p=0"), movie});
+    ASSERT_TRUE(probe.waitForFinished(30000));
+    EXPECT_EQ(QString::fromUtf8(probe.readAllStandardOutput()).trimmed(),
+              QStringLiteral("avc1,1080,1080,300"));
+
+    EXPECT_NE(run(home, {QStringLiteral("render"), folder, QStringLiteral("--codec"), QStringLiteral("vp9")})
+                  .exitCode,
+              0);
+
+    // Ctrl-C in the middle: the job is cancelled and no file is left.
+    const QString cancelled = home.filePath(QStringLiteral("cancelled.mov"));
+    QProcess render;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("HOME"), home.path());
+    render.setProcessEnvironment(env);
+    render.start(QStringLiteral(ORVANE_SCREEN_BINARY),
+                 {QStringLiteral("render"), folder, QStringLiteral("-o"), cancelled,
+                  QStringLiteral("--preset"), QStringLiteral("web4K"), QStringLiteral("--codec"),
+                  QStringLiteral("prores")});
+    ASSERT_TRUE(render.waitForStarted());
+    // Wait until the render has written something, then interrupt it.
+    for (int i = 0; i < 200 && !QFileInfo::exists(cancelled); ++i)
+        QThread::msleep(25);
+    QThread::msleep(300);
+    ::kill(pid_t(render.processId()), SIGINT);
+    ASSERT_TRUE(render.waitForFinished(30000));
+    EXPECT_EQ(render.exitCode(), 130) << render.readAllStandardError().toStdString();
+    EXPECT_TRUE(
+        QString::fromUtf8(render.readAllStandardError()).contains(QStringLiteral("Export cancelled.")));
+    EXPECT_FALSE(QFileInfo::exists(cancelled));
 }
