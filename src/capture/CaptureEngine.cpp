@@ -1,0 +1,323 @@
+#include "CaptureEngine.h"
+
+#include "capture/CameraRecorder.h"
+#include "capture/TelemetryFiles.h"
+#include "capture/TelemetrySession.h"
+#include "capture/x11/X11ContentQuery.h"
+#include "media/MediaWriter.h"
+#include "support/Log.h"
+
+#include <QCoro/QCoroFuture>
+#include <QCoro/QCoroTimer>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QUuid>
+
+namespace orvane {
+
+namespace {
+
+constexpr const char* tag = "CaptureEngine";
+constexpr double frameRate = 60;
+
+using Failure = tl::unexpected<CaptureEngineError>;
+
+Failure failure(CaptureEngineError::Kind kind) {
+    return Failure(CaptureEngineError::of(kind));
+}
+
+// What start needs to know from the X server, asked in one go off the main thread.
+struct ServerFacts {
+    tl::expected<ShareableContent, QString> content;
+    bool inputTapAvailable = false;
+};
+
+SerialExecutor& discoveryExecutor() {
+    static SerialExecutor executor(QStringLiteral("tech.velvetcomet.orvane.screen.capture.sources"));
+    return executor;
+}
+
+// H.264 in 4:2:0 needs even sides: an odd window loses its last column or row.
+int evenFloor(double side) {
+    return int(side) & ~1;
+}
+
+} // namespace
+
+CaptureEngine::CaptureEngine(CaptureEnvironment environment)
+    : CaptureEngine(std::move(environment), Options{}) {}
+
+CaptureEngine::CaptureEngine(CaptureEnvironment environment, Options options)
+    : m_environment(std::move(environment))
+    , m_options(std::move(options))
+    , m_control(QStringLiteral("tech.velvetcomet.orvane.screen.capture.control")) {}
+
+CaptureEngine::~CaptureEngine() {
+    // A recording still running when its engine goes: stop the threads before the objects they feed.
+    if (m_stream)
+        m_stream->stopCapture();
+    if (m_telemetry)
+        m_telemetry->stop();
+}
+
+QCoro::Task<tl::expected<std::vector<CaptureSource>, CaptureEngineError>>
+CaptureEngine::discoverSources(CaptureEnvironment environment) {
+    auto asking = discoveryExecutor().submit(
+        [display = environment.displayName] { return X11ContentQuery::query(display); });
+    const tl::expected<ShareableContent, QString> content = co_await asking;
+    if (!content)
+        co_return Failure(CaptureEngineError::system(content.error()));
+    co_return SourceCatalog::sources(*content, environment.own);
+}
+
+QCoro::Task<tl::expected<CaptureSource, CaptureEngineError>>
+CaptureEngine::findSource(QString id, CaptureEnvironment environment) {
+    auto discovering = discoverSources(environment);
+    const auto sources = co_await discovering;
+    if (!sources)
+        co_return Failure(sources.error());
+    for (const CaptureSource& source : *sources)
+        if (id.isEmpty() ? source.kind == CaptureSource::Kind::display : source.id == id)
+            co_return source;
+    co_return failure(CaptureEngineError::Kind::sourceNotFound);
+}
+
+QCoro::Task<tl::expected<void, CaptureEngineError>>
+CaptureEngine::start(CaptureSource source, std::shared_ptr<ProjectBundle> bundle, bool includesMicrophone,
+                     bool includesSystemAudio, std::shared_ptr<CameraRecorder> camera) {
+    if (m_state != State::idle)
+        co_return failure(CaptureEngineError::Kind::alreadyRunning);
+    m_state = State::starting;
+    // Every way out below leaves the engine idle again unless the recording runs.
+    struct BackToIdle {
+        CaptureEngine* engine;
+        ~BackToIdle() {
+            if (engine->m_state == State::starting)
+                engine->m_state = State::idle;
+        }
+    } backToIdle{this};
+
+    auto asking = m_control.submit([display = m_environment.displayName] {
+        return ServerFacts{X11ContentQuery::query(display), X11ContentQuery::hasXInput2(display)};
+    });
+    const ServerFacts facts = co_await asking;
+    if (!facts.content)
+        co_return Failure(CaptureEngineError::system(facts.content.error()));
+
+    const auto resolved = SourceCatalog::resolve(source, *facts.content);
+    if (!resolved)
+        co_return Failure(resolved.error());
+    CaptureTarget target = *resolved;
+    const int width = evenFloor(target.pixelSize.width);
+    const int height = evenFloor(target.pixelSize.height);
+    if (width < 2 || height < 2)
+        co_return failure(CaptureEngineError::Kind::invalidConfiguration);
+    target.pixelSize = {double(width), double(height)};
+    target.frameInGlobal.width = width;
+    target.frameInGlobal.height = height;
+    m_frameSize = target.pixelSize;
+
+    CaptureStream::Configuration configuration;
+    configuration.displayName = m_environment.displayName;
+    configuration.pulseServer = m_environment.pulseServer;
+    configuration.target = target;
+    configuration.width = width;
+    configuration.height = height;
+    configuration.minimumFrameInterval = std::chrono::nanoseconds(std::int64_t(1e9 / frameRate));
+    configuration.queueDepth = 8;
+    configuration.showsCursor = false;
+    configuration.capturesAudio = includesSystemAudio;
+    configuration.sampleRate = 48000;
+    configuration.channelCount = 2;
+    configuration.excludesCurrentProcessAudio = true;
+    configuration.captureMicrophone = includesMicrophone;
+
+    const ClipMediaPaths paths = bundle->newClipMediaPaths(QUuid::createUuid());
+    const QString folder = QFileInfo(paths.videoPath).absolutePath();
+    if (!QDir().mkpath(folder))
+        co_return Failure(
+            CaptureEngineError::system(QStringLiteral("Cannot create the folder \"%1\".").arg(folder)));
+    m_videoURL = paths.videoPath;
+    m_videoRelative = paths.videoRelative;
+    m_cursorURL = paths.cursorPath;
+    m_cursorRelative = paths.cursorRelative;
+    m_eventsURL = paths.eventsPath;
+    m_eventsRelative = paths.eventsRelative;
+    m_audioURL.reset();
+    m_audioRelative.reset();
+    m_cameraURL.reset();
+    m_cameraRelative.reset();
+    if (camera) {
+        m_cameraURL = paths.cameraPath;
+        m_cameraRelative = paths.cameraRelative;
+        auto starting = camera->start(QString(), paths.cameraPath);
+        const auto cameraStarted = co_await starting;
+        if (!cameraStarted) {
+            log::warning(tag, QStringLiteral("camera failed to start: ") + cameraStarted.error());
+            m_cameraURL.reset();
+            m_cameraRelative.reset();
+        }
+    }
+
+    MediaWriterSettings settings;
+    settings.container = ContainerFormat::mov;
+    VideoEncoderSettings video;
+    video.width = width;
+    video.height = height;
+    video.codec = VideoCodec::h264;
+    video.frameRate = frameRate;
+    video.quality = m_options.quality;
+    video.preset = m_options.encoderPreset;
+    video.realTime = true;
+    settings.video = video;
+    std::optional<int> systemAudioTrack, micTrack;
+    // The system's sound is the first audio track, the microphone the second.
+    if (includesSystemAudio) {
+        systemAudioTrack = int(settings.audio.size());
+        settings.audio.push_back(AudioEncoderSettings{});
+    }
+    if (includesMicrophone) {
+        micTrack = int(settings.audio.size());
+        settings.audio.push_back(AudioEncoderSettings{});
+    }
+    settings.fragmentInterval = m_options.fragmentInterval;
+    auto opening = m_control.submit(
+        [path = paths.videoPath, settings]() -> tl::expected<std::shared_ptr<MediaWriter>, MediaError> {
+            auto writer = MediaWriter::create(path, settings);
+            if (!writer)
+                return tl::unexpected(writer.error());
+            return std::shared_ptr<MediaWriter>(std::move(*writer));
+        });
+    const auto writer = co_await opening;
+    if (!writer)
+        co_return Failure(CaptureEngineError::system(writer.error().description));
+    m_writer = *writer;
+
+    m_streamOutput = std::make_shared<StreamOutput>(m_writer, systemAudioTrack, micTrack);
+    m_stream = std::make_shared<CaptureStream>(configuration, m_streamOutput);
+    // X11 asks no one's leave for the input tap; it only needs XInput 2 to be there.
+    m_telemetry = std::make_unique<TelemetrySession>(TelemetrySession::Options{
+        target.frameInGlobal, target.pixelSize, m_environment.displayName, facts.inputTapAvailable});
+
+    const auto writerError = m_writer->error();
+    log::info(tag, QStringLiteral("Writer startWriting: %1, status: %2, error: %3")
+                       .arg(writerError ? QStringLiteral("false") : QStringLiteral("true"))
+                       .arg(int(m_streamOutput->writerStatus()))
+                       .arg(writerError ? writerError->description : QStringLiteral("none")));
+    log::info(tag, QStringLiteral("Starting SCStream capture on display %1 (%2x%3)...")
+                       .arg(target.kind == CaptureTarget::Kind::display ? target.displayID : 0)
+                       .arg(width)
+                       .arg(height));
+    auto startingStream = m_control.submit([stream = m_stream, timeout = m_options.streamStartTimeout] {
+        return stream->startCapture(timeout);
+    });
+    const tl::expected<void, QString> started = co_await startingStream;
+    if (!started) {
+        auto cancelling = m_control.submit([writer = m_writer, path = paths.videoPath] {
+            writer->cancel();
+            QFile::remove(path);
+        });
+        co_await cancelling;
+        dropCaptureObjects();
+        co_return Failure(CaptureEngineError::streamFailedToStart(started.error()));
+    }
+    log::info(tag, QStringLiteral("SCStream capture started successfully"));
+    m_telemetry->start();
+    m_startedAt = QDateTime::currentDateTimeUtc();
+    m_startedClock = std::chrono::steady_clock::now();
+    m_lastStatistics.reset();
+    m_state = State::running;
+    co_return tl::expected<void, CaptureEngineError>{};
+}
+
+QCoro::Task<tl::expected<CaptureResult, CaptureEngineError>> CaptureEngine::stop() {
+    if (m_state != State::running || !m_stream || !m_streamOutput || !m_videoURL || !m_cursorURL ||
+        !m_eventsURL)
+        co_return failure(CaptureEngineError::Kind::notRunning);
+    m_state = State::stopping;
+    // Whatever happens from here, the engine ends idle and without its capture objects.
+    struct Reset {
+        CaptureEngine* engine;
+        ~Reset() {
+            engine->dropCaptureObjects();
+            engine->m_state = State::idle;
+            engine->m_startedAt.reset();
+        }
+    } reset{this};
+
+    auto stopping = m_control.submit([stream = m_stream] { stream->stopCapture(); });
+    co_await stopping;
+
+    const TelemetryRecording telemetry = m_telemetry->stop();
+    m_streamOutput->finishWriting();
+    if (!m_writer)
+        co_return Failure(CaptureEngineError::writerFailed(QStringLiteral("writer was already torn down")));
+    auto finishing = m_control.submit([writer = m_writer] { return writer->finish(); });
+    const tl::expected<void, MediaError> finished = co_await finishing;
+    m_lastStatistics = Statistics{m_stream->statistics(), m_streamOutput->statistics()};
+    const Statistics& counts = *m_lastStatistics;
+    log::info(tag,
+              QStringLiteral("Video: %1 frames written, %2 dropped before the encoder, %3 dropped by the "
+                             "stream, %4 ticks missed")
+                  .arg(counts.output.framesAppended)
+                  .arg(counts.output.framesDropped)
+                  .arg(counts.stream.screen.framesDropped)
+                  .arg(counts.stream.screen.ticksMissed));
+    if (!finished)
+        co_return Failure(CaptureEngineError::writerFailed(finished.error().description));
+
+    if (auto written =
+            TelemetryFiles::writeTracks(telemetry.cursor, telemetry.events, *m_cursorURL, *m_eventsURL);
+        !written)
+        log::warning(tag, QStringLiteral("failed to write cursor/event tracks: ") + written.error());
+
+    CaptureResult result;
+    result.videoURL = *m_videoURL;
+    result.audioURL = m_audioURL;
+    result.cursorURL = *m_cursorURL;
+    result.eventsURL = *m_eventsURL;
+    result.cameraURL = m_cameraURL;
+    result.videoRelativePath = m_videoRelative.value_or(QString());
+    result.audioRelativePath = m_audioRelative;
+    result.cursorRelativePath = m_cursorRelative.value_or(QString());
+    result.eventsRelativePath = m_eventsRelative.value_or(QString());
+    result.cameraRelativePath = m_cameraRelative;
+    result.duration =
+        ProjectTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - m_startedClock).count());
+    result.frameSize = m_frameSize;
+    result.manualZoomEvents = telemetry.manualZoomEvents;
+    co_return result;
+}
+
+QCoro::Task<tl::expected<CaptureResult, CaptureEngineError>>
+CaptureEngine::record(CaptureSource source, std::shared_ptr<ProjectBundle> bundle,
+                      std::chrono::milliseconds duration, bool includesMicrophone, bool includesSystemAudio,
+                      CaptureEnvironment environment, Options options) {
+    CaptureEngine engine(std::move(environment), std::move(options));
+    auto starting =
+        engine.start(std::move(source), std::move(bundle), includesMicrophone, includesSystemAudio);
+    const auto started = co_await starting;
+    if (!started)
+        co_return Failure(started.error());
+    auto recording = QCoro::sleepFor(duration);
+    co_await recording;
+    auto stopping = engine.stop();
+    auto result = co_await stopping;
+    co_return result;
+}
+
+CaptureEngine::Statistics CaptureEngine::statistics() const {
+    if (m_stream && m_streamOutput)
+        return {m_stream->statistics(), m_streamOutput->statistics()};
+    return m_lastStatistics.value_or(Statistics{});
+}
+
+void CaptureEngine::dropCaptureObjects() {
+    m_stream.reset();
+    m_streamOutput.reset();
+    m_writer.reset();
+    m_telemetry.reset();
+}
+
+} // namespace orvane

@@ -1,0 +1,119 @@
+#pragma once
+
+#include "capture/CaptureEngineError.h"
+#include "capture/CaptureEnvironment.h"
+#include "capture/CaptureResult.h"
+#include "capture/CaptureSource.h"
+#include "capture/CaptureStream.h"
+#include "capture/StreamOutput.h"
+#include "project/Geometry.h"
+#include "project/ProjectBundle.h"
+#include "support/SerialExecutor.h"
+
+#include <QCoro/QCoroTask>
+#include <QDateTime>
+
+#include <tl/expected.hpp>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace orvane {
+
+class CameraRecorder;
+class MediaWriter;
+class TelemetrySession;
+
+// How the engine encodes and how long it waits.
+struct CaptureEngineOptions {
+    // The encoder's speed and quality: x264's preset and constant-quality factor.
+    QString encoderPreset = QStringLiteral("veryfast");
+    int quality = 23;
+    // Seconds between fragments that reach the disk.
+    double fragmentInterval = 1.0;
+    // How long the stream may take to deliver its first image and open its sound.
+    std::chrono::milliseconds streamStartTimeout{5000};
+};
+
+// Records one source into a project folder: a QuickTime movie with the screen as H.264 and up to two AAC
+// tracks (the system's sound first, the microphone second), the cursor and event files, and the camera's
+// movie when a camera is given. One engine serves one recording at a time; stop() resets it, so it can
+// start again.
+//
+// The movie is fragmented: a fragment reaches the disk at least every second, so a process that is killed
+// mid-recording leaves a movie that plays up to its last second. Video frames, audio buffers and the
+// telemetry are all stamped from the monotonic clock, and audio is made to follow that clock.
+//
+// Main thread only; start and stop are coroutines whose waits release the main thread, and everything
+// that blocks (asking the X server, opening and finishing the writer, starting and stopping the stream)
+// runs on the engine's own serial executor "tech.velvetcomet.orvane.screen.capture.control".
+class CaptureEngine {
+public:
+    using Options = CaptureEngineOptions;
+
+    struct Statistics {
+        CaptureStream::Statistics stream;
+        StreamOutput::Statistics output;
+    };
+
+    explicit CaptureEngine(CaptureEnvironment environment = CaptureEnvironment::fromSystem());
+    CaptureEngine(CaptureEnvironment environment, Options options);
+    ~CaptureEngine();
+    CaptureEngine(const CaptureEngine&) = delete;
+    CaptureEngine& operator=(const CaptureEngine&) = delete;
+
+    // Displays, then windows, then applications, as the picker lists them. No X server is the system's
+    // error, passed on.
+    static QCoro::Task<tl::expected<std::vector<CaptureSource>, CaptureEngineError>>
+    discoverSources(CaptureEnvironment environment = CaptureEnvironment::fromSystem());
+
+    QCoro::Task<tl::expected<void, CaptureEngineError>>
+    start(CaptureSource source, std::shared_ptr<ProjectBundle> bundle, bool includesMicrophone,
+          bool includesSystemAudio, std::shared_ptr<CameraRecorder> camera = nullptr);
+    QCoro::Task<tl::expected<CaptureResult, CaptureEngineError>> stop();
+
+    // Headless recording in one call: starts on `source`, records for `duration`, stops, and gives the
+    // result. No camera.
+    static QCoro::Task<tl::expected<CaptureResult, CaptureEngineError>>
+    record(CaptureSource source, std::shared_ptr<ProjectBundle> bundle, std::chrono::milliseconds duration,
+           bool includesMicrophone, bool includesSystemAudio,
+           CaptureEnvironment environment = CaptureEnvironment::fromSystem(), Options options = {});
+    // The source with this id among those discovered now; an empty id picks the first display.
+    static QCoro::Task<tl::expected<CaptureSource, CaptureEngineError>>
+    findSource(QString id, CaptureEnvironment environment = CaptureEnvironment::fromSystem());
+
+    bool isRunning() const { return m_state == State::running; }
+    const std::optional<QDateTime>& startedAt() const { return m_startedAt; }
+    Size frameSize() const { return m_frameSize; }
+    // The movie being written, from the moment start has made its name until stop.
+    const std::optional<QString>& videoURL() const { return m_videoURL; }
+    // The counts of the recording under way, or of the last one once it stopped.
+    Statistics statistics() const;
+
+private:
+    enum class State { idle, starting, running, stopping };
+
+    void dropCaptureObjects();
+
+    CaptureEnvironment m_environment;
+    Options m_options;
+    SerialExecutor m_control;
+    State m_state = State::idle;
+    std::optional<QDateTime> m_startedAt;
+    std::chrono::steady_clock::time_point m_startedClock;
+    Size m_frameSize;
+
+    std::shared_ptr<MediaWriter> m_writer;
+    std::shared_ptr<StreamOutput> m_streamOutput;
+    std::shared_ptr<CaptureStream> m_stream;
+    std::unique_ptr<TelemetrySession> m_telemetry;
+    std::optional<Statistics> m_lastStatistics;
+
+    std::optional<QString> m_videoURL, m_audioURL, m_cursorURL, m_eventsURL, m_cameraURL;
+    std::optional<QString> m_videoRelative, m_audioRelative, m_cursorRelative, m_eventsRelative,
+        m_cameraRelative;
+};
+
+} // namespace orvane
