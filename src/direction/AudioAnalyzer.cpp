@@ -37,6 +37,7 @@ std::vector<VoiceActivitySegment> AudioAnalyzer::analyzeMicTrack(const QString& 
     std::optional<double> previousHop;
     double hopSum = 0;
     std::size_t hopFill = 0;
+    std::size_t frames = 0;
     while (true) {
         auto chunk = (*reader)->next();
         if (!chunk)
@@ -44,6 +45,7 @@ std::vector<VoiceActivitySegment> AudioAnalyzer::analyzeMicTrack(const QString& 
         if (!*chunk)
             break;
         const auto samples = (*chunk)->samples;
+        frames += samples.size() / 2;
         for (std::size_t i = 0; i + 1 < samples.size(); i += 2) {
             const double mono = (double(samples[i]) + double(samples[i + 1])) * 0.5;
             hopSum += mono * mono;
@@ -56,7 +58,7 @@ std::vector<VoiceActivitySegment> AudioAnalyzer::analyzeMicTrack(const QString& 
             hopFill = 0;
         }
     }
-    if (rms.size() < 2)
+    if (frames < 2 * window || rms.empty())
         return {};
     return segmentsFromWindowRMS(rms);
 }

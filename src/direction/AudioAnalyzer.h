@@ -21,7 +21,7 @@ public:
     static constexpr double speechThreshold = 0.05;
 
     // The speech intervals of the file's audio track `trackIndex`; empty for a missing file, a bad index,
-    // a failed reader or less than two windows of audio.
+    // a failed reader or less than two windows' worth (0.2 s) of audio.
     static std::vector<VoiceActivitySegment> analyzeMicTrack(const QString& path, int trackIndex);
     // The envelope and segmentation on RMS values already computed, one per hop.
     static std::vector<VoiceActivitySegment> segmentsFromWindowRMS(const std::vector<double>& rms);

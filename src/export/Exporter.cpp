@@ -141,12 +141,12 @@ tl::expected<void, ExporterError> Exporter::exportProject(const Project& project
     if (video.size() > 1 || audioOnly)
         return tl::unexpected(
             ExporterError{ExporterError::Kind::notSupported,
-                          QStringLiteral("Projects with several clips or audio-only clips can't be "
-                                         "exported in this version: export one video clip.")});
+                          QStringLiteral("Exporting several clips or audio-only clips is not available in "
+                                         "this version: export one video clip.")});
     if (video.front().speedRamp.count() >= 2)
-        return tl::unexpected(
-            ExporterError{ExporterError::Kind::notSupported,
-                          QStringLiteral("Clips with a speed ramp can't be exported in this version.")});
+        return tl::unexpected(ExporterError{
+            ExporterError::Kind::notSupported,
+            QStringLiteral("Exporting a clip with a speed ramp is not available in this version.")});
     return exportSingleClip(video.front(), bundlePath, config, progress);
 }
 
@@ -199,9 +199,12 @@ tl::expected<void, ExporterError> Exporter::exportSingleClip(const Clip& clip, c
     // Audio follows the video closely, so the file interleaves well and the muxer buffers little.
     constexpr double audioLead = 0.5;
     constexpr std::size_t audioBlock = 4800;
+    // Once the source has no more, the writer's track is finished and never ready again: audio that
+    // ends before the video must not be waited for.
+    bool audioEnded = false;
     auto feedAudio = [&](double untilSeconds) -> tl::expected<void, ExporterError> {
         ExportAudioSource& source = **audio;
-        if (!source.hasAudio())
+        if (!source.hasAudio() || audioEnded)
             return {};
         while (double(source.position()) / 48000.0 < untilSeconds) {
             if (!writer.isReadyForAudio(0)) {
@@ -219,6 +222,7 @@ tl::expected<void, ExporterError> Exporter::exportSingleClip(const Clip& clip, c
                 return tl::unexpected(block.error());
             if (block->empty()) {
                 writer.markAudioFinished(0);
+                audioEnded = true;
                 return {};
             }
             if (auto appended = writer.appendAudio(0, *block, MediaTime{at, 48000}); !appended)

@@ -22,9 +22,11 @@ BiquadFilter::BiquadFilter(double b0, double b1, double b2, double a0, double a1
     , m_a2(a2 / a0)
     , m_sampleRate(sampleRate) {}
 
-BiquadFilter BiquadFilter::highPass(double sampleRate, double frequency, double bandwidthOctaves) {
+BiquadFilter BiquadFilter::highPass(double sampleRate, double frequency) {
     const double w0 = 2 * std::numbers::pi * frequency / sampleRate;
-    const double alpha = bandwidthAlpha(w0, bandwidthOctaves);
+    // Q = 1/sqrt(2). A narrower band would peak just above the corner and lift the low end this stage is
+    // there to take out.
+    const double alpha = std::sin(w0) / std::numbers::sqrt2;
     const double c = std::cos(w0);
     return BiquadFilter((1 + c) / 2, -(1 + c), (1 + c) / 2, 1 + alpha, -2 * c, 1 - alpha, sampleRate);
 }

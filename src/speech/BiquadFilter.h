@@ -9,7 +9,8 @@ namespace orvane {
 // stream can be filtered in pieces. Coefficients from the audio-EQ cookbook.
 class BiquadFilter {
 public:
-    static BiquadFilter highPass(double sampleRate, double frequency, double bandwidthOctaves);
+    // Second-order Butterworth: -3 dB at `frequency` and flat above it, with no resonant bump.
+    static BiquadFilter highPass(double sampleRate, double frequency);
     static BiquadFilter lowShelf(double sampleRate, double frequency, double gainDB);
     static BiquadFilter peaking(double sampleRate, double frequency, double bandwidthOctaves, double gainDB);
 

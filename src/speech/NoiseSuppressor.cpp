@@ -27,7 +27,7 @@ QString NoiseSuppressorError::description() const {
 }
 
 NoiseSuppressor::Chain::Chain(double sampleRate)
-    : m_stages{BiquadFilter::highPass(sampleRate, 80, 0.5), BiquadFilter::lowShelf(sampleRate, 200, -4),
+    : m_stages{BiquadFilter::highPass(sampleRate, 80), BiquadFilter::lowShelf(sampleRate, 200, -4),
                BiquadFilter::peaking(sampleRate, 3000, 1.0, 2)} {}
 
 void NoiseSuppressor::Chain::process(std::span<float> samples) {
