@@ -61,6 +61,16 @@ MediaWriterSettings Exporter::makeVideoSettings(const ExportConfiguration& confi
 
 namespace {
 
+// The source frame as the compositor's input without a copy and without a handle of its own: the pump
+// holds the frame until the composed canvas has been copied out, and the compositor keeps no reference to
+// its input, so nothing is allocated per frame.
+Image borrowFrame(const VideoFrame& frame) {
+    Image image = Image::wrap(const_cast<std::uint8_t*>(frame.data()), frame.width(), frame.height(),
+                              frame.stride(), PixelFormat::bgra8Premultiplied, nullptr, nullptr);
+    image.setOpaque(true);
+    return image;
+}
+
 // The camera recording beside the screen: the last camera frame at or before each screen time, and the
 // final one after the camera file ends.
 class CameraFrameSource {
@@ -188,6 +198,9 @@ tl::expected<void, ExporterError> Exporter::exportSingleClip(const Clip& clip, c
     if (!created)
         return tl::unexpected(ExporterError::writer(created.error().description));
     MediaWriter& writer = **created;
+    // Every output frame the pump can hold at once, made now: no frame of the pump allocates, however far
+    // the encoder falls behind.
+    writer.framePool().reserve(writer.framePool().maxFrames());
     writer.startSession(MediaTime{0, 600});
 
     auto fail = [&](ExporterError error) -> tl::expected<void, ExporterError> {
@@ -245,7 +258,7 @@ tl::expected<void, ExporterError> Exporter::exportSingleClip(const Clip& clip, c
         if (camera)
             compositor.setCurrentCameraFrame(camera->frame(pts));
         const Image canvas =
-            compositor.composeFrame(imageFromVideoFrame(source), clip, ProjectTime(pts), cursor, events);
+            compositor.composeFrame(borrowFrame(source), clip, ProjectTime(pts), cursor, events);
 
         // The writer's readiness paces the pump; its pool is the second brake.
         while (!writer.isReadyForVideo()) {

@@ -1,6 +1,7 @@
 // The single-clip render, checked on the files it writes: size, rate, every frame in order at its time,
 // the composed look, codec tags, audio present or not, cancelling, failures and the texts they carry.
 #include "ExportTestSupport.h"
+#include "common/AllocationCounter.h"
 #include "media/AssetProbe.h"
 #include "media/FrameReader.h"
 
@@ -33,6 +34,8 @@ protected:
         withSound.audio.push_back(AudioEncoderSettings{});
         s_made =
             test::writeTestMovie(s_bundle->filePath(QStringLiteral("media/colours.mov")), withSound, 30, 30)
+                .has_value() &&
+            test::writeTestMovie(s_bundle->filePath(QStringLiteral("media/long.mov")), withSound, 90, 30)
                 .has_value() &&
             test::writeTestMovie(s_bundle->filePath(QStringLiteral("media/mute.mov")),
                                  test::smallVideoSettings(), 15, 30)
@@ -106,6 +109,27 @@ TEST_F(ExporterTest, rendersEverySourceFrameOverTheBackgroundAtThePresetSize) {
     EXPECT_TRUE(std::is_sorted(run.progress.begin(), run.progress.end()));
     EXPECT_GE(run.progress.front(), 0.0);
     EXPECT_EQ(run.progress.back(), 1.0);
+}
+
+TEST_F(ExporterTest, framesInTheMiddleOfTheRenderAllocateNothingOnThePumpsThread) {
+    // The progress callback runs on the pump's thread, once a frame: the allocations counted between
+    // half and nine tenths of the way are those of steady frames, once the writer's pool has filled;
+    // audio mixing included.
+    Project project =
+        test::projectWith({test::exportClip(QStringLiteral("media/long.mov"), {320, 240}, 3.0)});
+    project.timeline.clips[0].audio = AudioConfig{0.8, 1, false, false};
+    std::optional<std::size_t> from, to;
+    Exporter exporter;
+    const auto result =
+        exporter.exportProject(project, bundlePath(), test::smallExport(output("steady.mp4")), [&](double p) {
+            if (p >= 0.5 && !from)
+                from = test::allocationCount();
+            if (p >= 0.9 && !to)
+                to = test::allocationCount();
+        });
+    ASSERT_TRUE(result) << result.error().description().toStdString();
+    ASSERT_TRUE(from && to);
+    EXPECT_EQ(*to - *from, 0u);
 }
 
 TEST_F(ExporterTest, codecAndContainerChooseTheTrackTagAndFileType) {
