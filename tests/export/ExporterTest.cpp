@@ -37,6 +37,10 @@ protected:
                 .has_value() &&
             test::writeTestMovie(s_bundle->filePath(QStringLiteral("media/long.mov")), withSound, 90, 30)
                 .has_value() &&
+            test::writeTestMovie(s_bundle->filePath(QStringLiteral("media/camera.mov")),
+                                 test::smallVideoSettings(VideoCodec::h264, ContainerFormat::mov, 160, 120),
+                                 10, 30)
+                .has_value() &&
             test::writeTestMovie(s_bundle->filePath(QStringLiteral("media/mute.mov")),
                                  test::smallVideoSettings(), 15, 30)
                 .has_value();
@@ -130,6 +134,42 @@ TEST_F(ExporterTest, framesInTheMiddleOfTheRenderAllocateNothingOnThePumpsThread
     ASSERT_TRUE(result) << result.error().description().toStdString();
     ASSERT_TRUE(from && to);
     EXPECT_EQ(*to - *from, 0u);
+}
+
+TEST_F(ExporterTest, theCameraBubbleShowsTheLastCameraFrameAtOrBeforeEachScreenFrame) {
+    // Ten camera frames against thirty screen frames: after the camera file ends, its last frame stays.
+    // The bubble sits in the band of background above the picture.
+    Project project = coloursProject();
+    Clip& clip = project.timeline.clips[0];
+    clip.camera.isEnabled = true;
+    clip.camera.position = NormalizedPoint{0.5, 0.15};
+    clip.camera.shadow = ShadowStyle::none();
+    clip.sourceCameraPath = QStringLiteral("media/camera.mov");
+    const QString movie = output("camera.mp4");
+    const test::ExportRun run = test::runExport(project, bundlePath(), test::smallExport(movie));
+    ASSERT_TRUE(run.result) << test::describe(run).toStdString();
+    auto reader = FrameReader::open(movie);
+    ASSERT_TRUE(reader);
+    for (int k = 0;; ++k) {
+        auto frame = (*reader)->next();
+        ASSERT_TRUE(frame);
+        if (!*frame) {
+            EXPECT_EQ(k, 30);
+            break;
+        }
+        EXPECT_EQ(test::frameIndexOf((*frame)->pixel(144, 43), 10), std::min(k, 9)) << "frame " << k;
+        EXPECT_EQ(test::frameIndexOf((*frame)->pixel(144, 144), 30), k) << "frame " << k;
+    }
+
+    // A camera file that isn't there is no failure: the bubble is simply missing.
+    clip.sourceCameraPath = QStringLiteral("media/no-camera.mov");
+    const test::ExportRun without = test::runExport(project, bundlePath(), test::smallExport(movie));
+    ASSERT_TRUE(without.result) << test::describe(without).toStdString();
+    auto plain = FrameReader::open(movie);
+    ASSERT_TRUE(plain);
+    auto first = (*plain)->next();
+    ASSERT_TRUE(first && *first);
+    EXPECT_TRUE(isBackground((*first)->pixel(144, 43)));
 }
 
 TEST_F(ExporterTest, codecAndContainerChooseTheTrackTagAndFileType) {
