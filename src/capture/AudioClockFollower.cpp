@@ -46,19 +46,49 @@ double AudioClockFollower::nextInputOutputTime() const {
     return m_origin + (double(m_outputFrames) + bufferedFrames()) / sampleRate;
 }
 
+void AudioClockFollower::jump(double by) {
+    m_origin += by;
+    m_smoothedError = 0;
+    m_historyCount = 0;
+    ++m_resyncs;
+}
+
 void AudioClockFollower::begin(std::size_t frames, double captureTime) {
     if (!m_started) {
         m_started = true;
         m_origin = captureTime;
     }
-    const double error = captureTime - nextInputOutputTime();
     const double dt = double(frames) / sampleRate;
-    if (std::abs(error) > m_options.resyncThreshold) {
-        m_origin += error;
-        m_smoothedError = 0;
-        ++m_resyncs;
+    const double at = double(m_inputFrames) / sampleRate;
+    const double error = captureTime - nextInputOutputTime();
+
+    // Forget what fell out of the window, then remember this difference (the oldest goes if full).
+    while (m_historyCount > 0 && m_history[m_historyHead].at < at - m_options.envelopeWindow) {
+        m_historyHead = (m_historyHead + 1) % historySize;
+        --m_historyCount;
+    }
+    if (m_historyCount == historySize) {
+        m_historyHead = (m_historyHead + 1) % historySize;
+        --m_historyCount;
+    }
+    m_history[(m_historyHead + m_historyCount) % historySize] = {at, error};
+    ++m_historyCount;
+    double envelope = error, recent = error;
+    for (std::size_t i = 0; i < m_historyCount; ++i) {
+        const Difference& d = m_history[(m_historyHead + i) % historySize];
+        envelope = std::min(envelope, d.error);
+        if (d.at >= at - m_options.resyncWindow)
+            recent = std::min(recent, d.error);
+    }
+
+    const bool recentWindowFull =
+        m_historyCount > 0 && m_history[m_historyHead].at <= at - m_options.resyncWindow;
+    if (error < -m_options.resyncThreshold) {
+        jump(error);
+    } else if (recent > m_options.resyncThreshold && recentWindowFull) {
+        jump(recent);
     } else {
-        m_smoothedError += (error - m_smoothedError) * (1.0 - std::exp(-dt / m_options.errorTimeConstant));
+        m_smoothedError += (envelope - m_smoothedError) * (1.0 - std::exp(-dt / m_options.errorTimeConstant));
         // The integral is held within the limit, so it never winds up beyond what can be applied.
         m_rate =
             std::clamp(m_rate + m_smoothedError * dt / (m_options.correctionTime * m_options.integralTime),

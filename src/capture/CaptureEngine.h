@@ -28,8 +28,9 @@ class TelemetrySession;
 
 // How the engine encodes and how long it waits.
 struct CaptureEngineOptions {
-    // The encoder's speed and quality: x264's preset and constant-quality factor.
-    QString encoderPreset = QStringLiteral("veryfast");
+    // The encoder's speed and quality: x264's preset and constant-quality factor. A live encoder must keep
+    // well ahead of 60 frames a second on a machine that is doing other work too.
+    QString encoderPreset = QStringLiteral("superfast");
     int quality = 23;
     // Seconds between fragments that reach the disk.
     double fragmentInterval = 1.0;

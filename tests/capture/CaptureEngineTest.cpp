@@ -297,6 +297,33 @@ TEST_F(CaptureEngineTest, AWindowIsRecordedWholeEvenWhereCovered) {
     EXPECT_GT(frames, 20);
 }
 
+TEST_F(CaptureEngineTest, AWindowThatGoesAwayEndsTheFramesNotTheRecording) {
+    ORVANE_REQUIRE_CAPTURE_SERVERS();
+    DemoWindow::Options options;
+    options.width = 200;
+    options.height = 100;
+    options.title = QStringLiteral("Short-lived");
+    auto window = openWindow(options);
+    ASSERT_TRUE(window);
+    const std::uint32_t id = window->windowID();
+    CaptureEngine engine(environment());
+    const auto started =
+        test::awaitTask(engine.start(sourceWithID(QStringLiteral("window-%1").arg(id)), bundle, false, false))
+            .value();
+    ASSERT_TRUE(started) << started.error().message().toStdString();
+    test::processEventsFor(300ms);
+    window.reset();
+    const auto r = recordFor(engine, 300ms);
+    ASSERT_TRUE(r) << r.error().message().toStdString();
+    EXPECT_TRUE(capturedLog().contains(
+        QStringLiteral("[CaptureEngine] stream stopped with error: The window %1 is gone.").arg(id)));
+    const auto info = probeAsset(r->videoURL);
+    ASSERT_TRUE(info);
+    EXPECT_TRUE(info->isPlayable);
+    EXPECT_GT(engine.statistics().output.framesAppended, 10);
+    EXPECT_GT(engine.statistics().stream.screen.idleTicks, 5);
+}
+
 TEST_F(CaptureEngineTest, RefusesWhatItCannotDoWithTheTextsOfItsErrors) {
     ORVANE_REQUIRE_CAPTURE_SERVERS();
     DemoWindow::Options options;

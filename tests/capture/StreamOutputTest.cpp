@@ -1,6 +1,7 @@
 #include "capture/StreamOutput.h"
 
 #include "PulseTestSupport.h"
+#include "common/AllocationCounter.h"
 #include "media/AudioReader.h"
 #include "media/MediaWriter.h"
 
@@ -136,6 +137,32 @@ TEST(StreamOutputTest, ASlowEncoderLosesFramesButNeverHoldsTheStreamUp) {
     EXPECT_GT(counts.framesDropped, 0);
     EXPECT_GT(counts.framesAppended, 0);
     EXPECT_EQ(counts.framesAppended + counts.framesDropped, 90);
+    writer->cancel();
+}
+
+TEST(StreamOutputTest, SteadyFramesAndSoundAllocateNothing) {
+    QTemporaryDir dir;
+    auto writer = makeWriter(QDir(dir.path()).filePath(QStringLiteral("steady.mov")), 320, 240,
+                             QStringLiteral("ultrafast"), 2);
+    ASSERT_TRUE(writer);
+    StreamOutput output(writer, 0, 1);
+    std::vector<std::uint8_t> pixels(320 * 240 * 4, 0x40);
+    const std::vector<float> sound = chunk(0.3);
+    auto feed = [&](int from, int to) {
+        for (int f = from; f < to; ++f) {
+            while (!writer->isReadyForVideo() || !writer->isReadyForAudio(0) || !writer->isReadyForAudio(1))
+                QThread::msleep(1);
+            output.handleVideo({pixels.data(), 320, 240, 320 * 4, at(f / 60.0)});
+            output.handleAudio(StreamOutput::OutputType::audio, sound, at(f / 60.0));
+            output.handleAudio(StreamOutput::OutputType::microphone, sound, at(f / 60.0));
+        }
+    };
+    // The first frames fill the writer's pool and log; after them a frame and its sound cost no allocation.
+    feed(0, 20);
+    const test::AllocationScope scope;
+    feed(20, 60);
+    EXPECT_EQ(scope.allocations(), 0u);
+    EXPECT_EQ(output.statistics().framesAppended, 60);
     writer->cancel();
 }
 

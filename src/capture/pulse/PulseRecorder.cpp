@@ -1,6 +1,7 @@
 #include "PulseRecorder.h"
 
 #include "capture/CaptureClock.h"
+#include "support/Log.h"
 
 #include <pulse/context.h>
 #include <pulse/error.h>
@@ -40,8 +41,15 @@ void PulseRecorder::onContextState(pa_context*, void* self) {
     pa_threaded_mainloop_signal(static_cast<PulseRecorder*>(self)->m_mainloop.get(), 0);
 }
 
-void PulseRecorder::onStreamState(pa_stream*, void* self) {
-    pa_threaded_mainloop_signal(static_cast<PulseRecorder*>(self)->m_mainloop.get(), 0);
+void PulseRecorder::onStreamState(pa_stream* stream, void* self) {
+    auto* recorder = static_cast<PulseRecorder*>(self);
+    const pa_stream_state_t state = pa_stream_get_state(stream);
+    if ((state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED) && recorder->m_chunks > 0)
+        // The sound server went away or took the device: the recording goes on without this sound.
+        log::warning("CaptureEngine", QStringLiteral("stream stopped with error: PulseAudio: %1")
+                                          .arg(QString::fromUtf8(
+                                              pa_strerror(pa_context_errno(pa_stream_get_context(stream))))));
+    pa_threaded_mainloop_signal(recorder->m_mainloop.get(), 0);
 }
 
 void PulseRecorder::onReadable(pa_stream*, std::size_t, void* self) {

@@ -116,10 +116,10 @@ void DemoWindow::animate() {
     for (std::uint64_t frame = 1; !m_stop; ++frame) {
         next += period;
         std::this_thread::sleep_until(next);
-        if (m_paused)
-            continue;
         std::lock_guard lock(m_drawLock);
-        drawFrame(frame);
+        // Checked under the lock: a fill that came in while this tick waited for it must stay on the screen.
+        if (!m_paused)
+            drawFrame(frame);
     }
 }
 

@@ -132,6 +132,10 @@ X11FrameGrabber::~X11FrameGrabber() {
     m_buffers.clear();
 }
 
+bool X11FrameGrabber::sourceIsGone() const {
+    return m_windowGone || xcb_connection_has_error(m_connection.get()) != 0;
+}
+
 void X11FrameGrabber::releaseWindowPixmap() {
     if (m_pixmap) {
         xcb_free_pixmap(m_connection.get(), m_pixmap);

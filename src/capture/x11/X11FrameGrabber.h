@@ -43,6 +43,8 @@ public:
     tl::expected<Image, QString> grab(int index);
 
     bool usesSharedMemory() const { return m_useShm; }
+    // The connection was lost or the window destroyed: no later grab can succeed.
+    bool sourceIsGone() const;
     int bufferCount() const { return int(m_buffers.size()); }
 
 private:

@@ -2,13 +2,24 @@
 
 #include "X11FrameGrabber.h"
 #include "capture/CaptureClock.h"
+#include "support/Log.h"
 
 #include <pthread.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <time.h>
+#include <unistd.h>
 
 namespace orvane {
 
 namespace {
+
+// The grab and hand-over threads run ahead of everything else in the process, as interactive work does:
+// a tick that wakes late is a frame taken late. Raising priority needs the right to; without it the
+// threads keep the default, which only costs punctuality on a busy machine.
+void raisePriority() {
+    setpriority(PRIO_PROCESS, id_t(syscall(SYS_gettid)), -10);
+}
 
 void sleepUntil(captureClock::Clock::time_point t) {
     // Absolute sleeps on the monotonic clock do not accumulate the error of relative ones.
@@ -40,7 +51,7 @@ tl::expected<void, QString> X11ScreenCapture::start(std::chrono::milliseconds ti
         m_freeBuffers.push_back(i);
     m_ready.assign(std::size_t(m_grabber->bufferCount()), Ready{});
     m_readyHead = m_readyCount = 0;
-    m_grabberDone = m_firstFrame = false;
+    m_grabberDone = m_firstFrame = m_stopReported = false;
     m_lastFailure.reset();
     m_stopRequested = false;
     m_grabThread = std::thread([this] { grabLoop(); });
@@ -68,6 +79,7 @@ void X11ScreenCapture::stop() {
 
 void X11ScreenCapture::grabLoop() {
     pthread_setname_np(pthread_self(), "capture.grab");
+    raisePriority();
     using captureClock::Clock;
     const auto period = m_configuration.minimumFrameInterval;
     auto next = Clock::now();
@@ -89,20 +101,30 @@ void X11ScreenCapture::grabLoop() {
         } else {
             const auto asked = Clock::now();
             auto image = m_grabber->grab(buffer);
+            const auto answered = Clock::now();
             m_grabNanoseconds +=
-                std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now() - asked).count();
+                std::chrono::duration_cast<std::chrono::nanoseconds>(answered - asked).count();
+            // The server read the pixels somewhere between the question and the answer.
+            const auto taken = asked + (answered - asked) / 2;
             std::lock_guard lock(m_bufferLock);
             if (image) {
                 Ready& slot = m_ready[(m_readyHead + m_readyCount) % m_ready.size()];
                 slot.buffer = buffer;
                 slot.sample = {image->pixels, image->width, image->height, image->stride,
-                               captureClock::toMediaTime(asked)};
+                               captureClock::toMediaTime(taken)};
                 ++m_readyCount;
                 m_firstFrame = true;
             } else {
                 m_freeBuffers.push_back(buffer);
                 m_lastFailure = image.error();
                 ++m_idle;
+                // Frames stop coming for good, but the recording is not ended by this: what was taken is
+                // kept, and the engine's stop finishes the movie as usual.
+                if (m_firstFrame && !m_stopReported && m_grabber->sourceIsGone()) {
+                    m_stopReported = true;
+                    log::warning("CaptureEngine",
+                                 QStringLiteral("stream stopped with error: ") + image.error());
+                }
             }
             m_readyChanged.notify_all();
         }
@@ -122,6 +144,7 @@ void X11ScreenCapture::grabLoop() {
 
 void X11ScreenCapture::deliverLoop() {
     pthread_setname_np(pthread_self(), "capture.video");
+    raisePriority();
     while (true) {
         Ready ready;
         {

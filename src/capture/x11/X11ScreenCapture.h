@@ -24,9 +24,9 @@ class X11FrameGrabber;
 
 // The screen half of a capture stream on X11. Two threads: "capture.grab" reads the source on a fixed
 // schedule of the capture clock into one of `queueDepth` shared buffers and stamps each image with the
-// moment it asked for it; "capture.video" hands each image to the handler (which copies it) and returns
-// its buffer. Grabbing never waits for the handler: when all buffers are still taken, that tick's frame
-// is dropped. A tick that comes too late (the machine stalled) is skipped, not caught up in a burst.
+// middle of its round trip to the server; "capture.video" hands each image to the handler (which copies it)
+// and returns its buffer. Grabbing never waits for the handler: when all buffers are still taken, that tick's
+// frame is dropped. A tick that comes too late (the machine stalled) is skipped, not caught up in a burst.
 //
 // start and stop are blocking and belong to one controlling thread; statistics() may be read anywhere.
 // bufferLock guards the free and ready lists between the two threads and is never held while grabbing
@@ -90,6 +90,7 @@ private:
     std::size_t m_readyCount = 0;
     bool m_grabberDone = false;
     bool m_firstFrame = false;
+    bool m_stopReported = false;
     std::optional<QString> m_lastFailure;
 
     std::atomic<std::int64_t> m_ticks{0};
