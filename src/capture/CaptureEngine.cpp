@@ -88,6 +88,8 @@ CaptureEngine::start(CaptureSource source, std::shared_ptr<ProjectBundle> bundle
                      bool includesSystemAudio, std::shared_ptr<CameraRecorder> camera) {
     if (m_state != State::idle)
         co_return failure(CaptureEngineError::Kind::alreadyRunning);
+    if (!bundle)
+        co_return failure(CaptureEngineError::Kind::invalidConfiguration);
     m_state = State::starting;
     // Every way out below leaves the engine idle again unless the recording runs.
     struct BackToIdle {

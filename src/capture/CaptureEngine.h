@@ -49,7 +49,9 @@ struct CaptureEngineOptions {
 //
 // Main thread only; start and stop are coroutines whose waits release the main thread, and everything
 // that blocks (asking the X server, opening and finishing the writer, starting and stopping the stream)
-// runs on the engine's own serial executor "tech.velvetcomet.orvane.screen.capture.control".
+// runs on the engine's own serial executor "tech.velvetcomet.orvane.screen.capture.control". The engine
+// must outlive a start or stop that is under way. Dropping an engine that is recording stops its threads
+// and leaves the movie as it stands (playable, being fragmented), without the telemetry files.
 class CaptureEngine {
 public:
     using Options = CaptureEngineOptions;
