@@ -106,17 +106,11 @@ void AppState::setRecordingsRootDirectory(const QString& path) {
     m_defaults.setValue(QString::fromLatin1(recordingSaveDirectoryKey), path);
 }
 
-QCoro::Task<void> AppState::stopCapture() {
-    // Until a capture engine runs there is nothing to finish: the phase just returns to idle.
-    if (!isRecording())
-        co_return;
-    setRecordingPhase(RecordingPhase::idle());
-    co_return;
-}
-
 AppState::TerminateReply AppState::applicationShouldTerminate(std::function<void(bool)> reply) {
     if (m_currentBundle)
         (void)m_currentBundle->flushPendingSave(); // an error here must not hold up quitting
+    // A countdown has nothing to keep yet.
+    cancelCountdown();
     if (!isRecording())
         return TerminateReply::now;
 

@@ -3,6 +3,8 @@
 #include "AppTypes.h"
 #include "ImportError.h"
 #include "UndoManager.h"
+#include "capture/CaptureEngine.h"
+#include "capture/CaptureSource.h"
 #include "export/ExportQueue.h"
 #include "project/ProjectBundle.h"
 #include "project/RecentProjectsStore.h"
@@ -16,9 +18,11 @@
 
 #include <tl/expected.hpp>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace orvane {
 
@@ -63,6 +67,15 @@ public:
     bool includesMicrophone() const { return m_includesMicrophone; }
     bool includesSystemAudio() const { return m_includesSystemAudio; }
     bool includesCamera() const { return m_includesCamera; }
+    void setIncludesMicrophone(bool on);
+    void setIncludesSystemAudio(bool on);
+    void setIncludesCamera(bool on);
+    const std::vector<CaptureSource>& availableSources() const { return m_availableSources; }
+    void setAvailableSources(std::vector<CaptureSource> sources);
+    const QString& selectedSourceID() const { return m_selectedSourceID; }
+    void setSelectedSourceID(const QString& id);
+    // The engine of the recording being started, running or stopped; absent otherwise.
+    const std::shared_ptr<CaptureEngine>& captureEngine() const { return m_captureEngine; }
 
     // Request counters: raised by one to ask a view for a one-shot reaction.
     int saveAcknowledgementNonce() const { return m_saveAcknowledgementNonce; }
@@ -149,8 +162,33 @@ public:
     QObject* localAPIServer() const { return m_localAPIServer.get(); }
     void setLocalAPIServer(std::unique_ptr<QObject> server) { m_localAPIServer = std::move(server); }
 
-    // ---- recording (the capture flow joins this) ----------------------------------------------------
+    // ---- recording ----------------------------------------------------------------------------------
+    // Where capture looks (X display, PulseAudio server) and how the engine encodes. The process's own
+    // servers by default; tests point these at private ones.
+    void setCaptureEnvironment(CaptureEnvironment environment) {
+        m_captureEnvironment = std::move(environment);
+    }
+    const CaptureEnvironment& captureEnvironment() const { return m_captureEnvironment; }
+    void setCaptureEngineOptions(CaptureEngine::Options options) { m_captureOptions = std::move(options); }
+    // One countdown step; a second unless a test shortens it.
+    void setCountdownTick(std::chrono::milliseconds tick) { m_countdownTick = tick; }
+    static constexpr int countdownSeconds = 3;
+
+    // Reads the permissions off the system into `permissions`.
+    QCoro::Task<void> refreshPermissions();
+    // Discovers the sources into `availableSources`; a failure leaves the list empty and comes back.
+    QCoro::Task<tl::expected<void, Error>> refreshSources();
+    // The full start: countdown, engine start; failures go to lastError with their recovery actions.
+    QCoro::Task<void> beginCapture();
+    void cancelCountdown();
+    // Stops the engine and appends the recording to the open project as a new clip.
     QCoro::Task<void> stopCapture();
+    // The first-run sample: records the first display for about five seconds, or opens the sample
+    // project when recording isn't possible.
+    QCoro::Task<void> recordOnboardingSample();
+    // The automation start: no countdown, no lastError; the outcome shows in isRecording.
+    void apiBeginCaptureNoCountdown();
+    QCoro::Task<void> apiRefreshSources();
 
     // ---- termination --------------------------------------------------------------------------------
     enum class TerminateReply { now, later };
@@ -168,6 +206,9 @@ Q_SIGNALS:
     void isExportingChanged();
     void isImportingChanged();
     void saveAcknowledgementNonceChanged();
+    void availableSourcesChanged();
+    void selectedSourceIDChanged();
+    void includesChanged();
 
 private:
     void setCurrentBundle(std::shared_ptr<ProjectBundle> bundle);
@@ -178,6 +219,9 @@ private:
     QCoro::Task<tl::expected<void, ImportError>> importFile(QString path, bool audio);
     QCoro::Task<void> importList(QStringList paths, bool audio);
     void bumpUndoStackVersion();
+    void failStart(const QString& message);
+    void appendRecording(const CaptureResult& result);
+    QCoro::Task<void> apiStartCapture(CaptureSource source);
 
     UserDefaults& m_defaults;
     RecentProjectsStore& m_recents;
@@ -200,6 +244,12 @@ private:
     std::unique_ptr<QObject> m_localAPIServer;
     std::function<void(bool)> m_importPanelHandler;
     ExportQueue m_exportQueue;
+    std::vector<CaptureSource> m_availableSources;
+    QString m_selectedSourceID;
+    std::shared_ptr<CaptureEngine> m_captureEngine;
+    CaptureEnvironment m_captureEnvironment = CaptureEnvironment::fromSystem();
+    CaptureEngine::Options m_captureOptions;
+    std::chrono::milliseconds m_countdownTick{1000};
     ExportQueueController m_exportQueueController{m_clock};
 };
 

@@ -22,6 +22,10 @@ CommandLine::CommandLine() {
     add(QStringLiteral("still"),
         QStringLiteral("still PROJECT [--clip ID] [--time SECONDS] -o FILE.png | still --demo -o FILE.png"),
         &runStillCommand);
+    add(QStringLiteral("sources"), QStringLiteral("sources"), &runSourcesCommand);
+    add(QStringLiteral("record"),
+        QStringLiteral("record [--source ID] [--seconds N] [--mic] [--system-audio] [--countdown] [PROJECT]"),
+        &runRecordCommand);
 }
 
 void CommandLine::add(const QString& name, const QString& synopsis, Command command) {

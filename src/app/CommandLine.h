@@ -48,5 +48,7 @@ int runAutoZoomCommand(AppState& app, const QStringList& args);
 int runTelemetryCommand(AppState& app, const QStringList& args);
 int runRenderCommand(AppState& app, const QStringList& args);
 int runStillCommand(AppState& app, const QStringList& args);
+int runSourcesCommand(AppState& app, const QStringList& args);
+int runRecordCommand(AppState& app, const QStringList& args);
 
 } // namespace orvane

@@ -2,6 +2,7 @@
 // leaves no file behind.
 #include "AppState.h"
 #include "CommandLine.h"
+#include "InterruptWatcher.h"
 #include "media/AssetProbe.h"
 
 #include <QCoreApplication>
@@ -9,25 +10,15 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFileInfo>
-#include <QSocketNotifier>
 #include <QTimer>
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdio>
 
 namespace orvane {
 
 namespace {
-
-int interruptPipe[2] = {-1, -1};
-
-void onInterrupt(int) {
-    const char byte = 1;
-    [[maybe_unused]] const ssize_t n = ::write(interruptPipe[1], &byte, 1);
-}
 
 std::optional<ExportConfiguration::Preset> presetNamed(const QString& name) {
     if (name == QLatin1StringView("web1080"))
@@ -105,18 +96,10 @@ int runRenderCommand(AppState& app, const QStringList& arguments) {
                      .filePath(bundle->project().name + QStringLiteral("-export.") + config.fileExtension());
     QDir().mkpath(QFileInfo(config.outputPath).absolutePath());
 
-    if (::pipe2(interruptPipe, O_CLOEXEC | O_NONBLOCK) != 0)
-        return cli::fail(QStringLiteral("cannot watch for Ctrl-C"));
-    std::signal(SIGINT, onInterrupt);
-    std::signal(SIGTERM, onInterrupt);
-
     ExportQueue& queue = app.exportQueue();
     const QUuid id = queue.enqueue(bundle, config);
-    QSocketNotifier interrupt(interruptPipe[0], QSocketNotifier::Read);
-    QObject::connect(&interrupt, &QSocketNotifier::activated, [&] {
-        char byte;
-        while (::read(interruptPipe[0], &byte, 1) > 0) {
-        }
+    std::optional<InterruptWatcher> interrupt;
+    interrupt.emplace([&] {
         std::fputs("\ncancelling...\n", stderr);
         queue.cancel(id);
     });
@@ -157,8 +140,7 @@ int runRenderCommand(AppState& app, const QStringList& arguments) {
     });
     if (!queue.job(id)->state.isFinished())
         loop.exec();
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
+    interrupt.reset();
 
     const ExportQueue::Job* job = queue.job(id);
     if (const auto* done = std::get_if<ExportQueue::JobState::Completed>(&job->state.value)) {

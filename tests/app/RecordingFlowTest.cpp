@@ -1,0 +1,332 @@
+// The recording flow of AppState and the `sources` and `record` commands, against a private Xvfb and
+// PulseAudio daemon: real capture engines, real movies, real project folders.
+#include "app/AppState.h"
+#include "capture/CaptureTestSupport.h"
+#include "media/AssetProbe.h"
+#include "support/Clock.h"
+#include "support/UserDefaults.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+#include <csignal>
+
+using namespace orvane;
+using namespace std::chrono_literals;
+
+namespace {
+
+class RecordingFlowTest : public test::CaptureServers {
+protected:
+    void SetUp() override {
+        ORVANE_REQUIRE_CAPTURE_SERVERS();
+        ASSERT_TRUE(m_dir.isValid());
+        m_defaults.setValue(QStringLiteral("recordingSaveDirectory"),
+                            m_dir.filePath(QStringLiteral("Projects")));
+        m_app.setCaptureEnvironment(environment());
+        m_app.setCountdownTick(60ms);
+        m_app.setIncludesMicrophone(false);
+        m_app.setIncludesSystemAudio(false);
+        // Every phase the flow goes through, in order.
+        QObject::connect(&m_app, &AppState::recordingPhaseChanged,
+                         [this] { m_phases.push_back(m_app.recordingPhase()); });
+    }
+
+    // Permissions and sources as the picker reads them, with the first display selected.
+    void discover() {
+        auto permissions = m_app.refreshPermissions();
+        ASSERT_TRUE(test::processEventsUntil([&] { return permissions.isReady(); }, 10s));
+        ASSERT_EQ(m_app.permissions().screenRecording, PermissionsState::Status::granted);
+        auto sources = m_app.refreshSources();
+        ASSERT_TRUE(test::processEventsUntil([&] { return sources.isReady(); }, 10s));
+        ASSERT_FALSE(m_app.availableSources().empty());
+        ASSERT_EQ(m_app.availableSources().front().kind, CaptureSource::Kind::display);
+        m_app.setSelectedSourceID(m_app.availableSources().front().id);
+    }
+
+    bool waitForPhase(bool (RecordingPhase::*is)() const, std::chrono::milliseconds timeout = 20s) {
+        return test::processEventsUntil([&] { return (m_app.recordingPhase().*is)(); }, timeout);
+    }
+
+    // One whole recording through beginCapture and stopCapture, about `seconds` long.
+    void record(std::chrono::milliseconds length) {
+        m_app.beginCapture();
+        ASSERT_TRUE(waitForPhase(&RecordingPhase::isRecording)) << "the engine did not start";
+        test::processEventsUntil([] { return false; }, length);
+        m_app.stopCapture();
+        ASSERT_TRUE(waitForPhase(&RecordingPhase::isIdle, 30s));
+        ASSERT_FALSE(m_app.lastError().has_value()) << m_app.lastError()->message.toStdString();
+    }
+
+    QStringList mediaFiles() const {
+        if (!m_app.currentBundle())
+            return {};
+        return QDir(m_app.currentBundle()->mediaDirectory()).entryList(QDir::Files);
+    }
+
+    QTemporaryDir m_dir;
+    UserDefaults m_defaults{m_dir.filePath(QStringLiteral("defaults.ini"))};
+    RecentProjectsStore m_recents{m_defaults};
+    ManualClock m_clock;
+    AppState m_app{{m_defaults, m_recents, m_clock}};
+    std::vector<RecordingPhase> m_phases;
+};
+
+} // namespace
+
+TEST_F(RecordingFlowTest, TwoRecordingsBecomeTwoClipsOneAfterTheOther) {
+    discover();
+    record(1500ms);
+    EXPECT_EQ(m_app.screen(), AppScreen::editor);
+    EXPECT_EQ(m_app.captureEngine(), nullptr);
+
+    // The countdown counts down from three before the engine starts, then stops and goes idle.
+    ASSERT_GE(m_phases.size(), 6u);
+    EXPECT_EQ(m_phases[0], RecordingPhase::countingDown(3));
+    const std::vector<RecordingPhase> counted(m_phases.begin(), m_phases.begin() + 3);
+    EXPECT_EQ(counted,
+              (std::vector<RecordingPhase>{RecordingPhase::countingDown(3), RecordingPhase::countingDown(2),
+                                           RecordingPhase::countingDown(1)}));
+    EXPECT_TRUE(m_phases[3].isRecording());
+    EXPECT_TRUE(m_phases[4].isStopping());
+    EXPECT_TRUE(m_phases[5].isIdle());
+
+    record(1000ms);
+    const Project& project = m_app.currentBundle()->project();
+    ASSERT_EQ(project.timeline.clips.size(), 2u);
+    const Clip& first = project.timeline.clips[0];
+    const Clip& second = project.timeline.clips[1];
+    EXPECT_EQ(first.name, QStringLiteral("Recording 1"));
+    EXPECT_EQ(second.name, QStringLiteral("Recording 2"));
+    EXPECT_DOUBLE_EQ(first.timelineStart.seconds, 0);
+    EXPECT_DOUBLE_EQ(second.timelineStart.seconds, first.timelineEnd().seconds);
+    EXPECT_NE(first.id, second.id);
+
+    for (const Clip& clip : project.timeline.clips) {
+        EXPECT_EQ(clip.sourceSize, (Size{1280, 720}));
+        EXPECT_DOUBLE_EQ(clip.sourceIn.seconds, 0);
+        EXPECT_GT(clip.sourceOut.seconds, 0.7);
+        EXPECT_FALSE(clip.sourceAudioPath.has_value()); // the sound lives in the movie's own tracks
+        EXPECT_FALSE(clip.camera.isEnabled);
+        EXPECT_TRUE(clip.zoomTrack.keyframes.empty()); // no manual marks, and auto-zoom is not run
+        EXPECT_EQ(clip.background, project.defaultBackground);
+        EXPECT_EQ(clip.autoZoom, project.defaultAutoZoom);
+        EXPECT_EQ(clip.audio, (AudioConfig{1.0, 1.0, true, true}));
+        ASSERT_TRUE(clip.sourceCursorPath && clip.sourceEventsPath);
+        EXPECT_TRUE(QFileInfo::exists(m_app.currentBundle()->mediaPath(*clip.sourceCursorPath)));
+        const auto probe = probeAsset(m_app.currentBundle()->mediaPath(clip.sourceVideoPath));
+        ASSERT_TRUE(probe.has_value());
+        EXPECT_NEAR(probe->duration, clip.sourceOut.seconds, 0.2);
+    }
+
+    // The clips are on disk once the throttled save is flushed.
+    ASSERT_TRUE(m_app.currentBundle()->flushPendingSave().has_value());
+    auto reloaded = ProjectBundle::load(m_app.currentBundle()->path());
+    ASSERT_TRUE(reloaded.has_value());
+    EXPECT_EQ((*reloaded)->project().timeline.clips, project.timeline.clips);
+}
+
+TEST_F(RecordingFlowTest, StartWithoutASourceOrPermissionChangesNothing) {
+    // Permissions unknown: not even an error.
+    m_app.beginCapture();
+    EXPECT_TRUE(m_app.recordingPhase().isIdle());
+    EXPECT_FALSE(m_app.lastError().has_value());
+
+    discover();
+    m_app.setSelectedSourceID(QStringLiteral("display-does-not-exist"));
+    m_app.beginCapture();
+    EXPECT_TRUE(m_app.recordingPhase().isIdle());
+    EXPECT_TRUE(m_phases.empty());
+    ASSERT_TRUE(m_app.lastError().has_value());
+    ASSERT_EQ(m_app.lastError()->recoveryActions.size(), 1u);
+    m_app.lastError()->recoveryActions.front().handler();
+    EXPECT_EQ(m_app.screen(), AppScreen::sourcePicker);
+    EXPECT_EQ(m_app.currentBundle(), nullptr); // nothing was made for a start that never began
+
+    // A stop with no engine does nothing at all.
+    m_app.setScreen(AppScreen::welcome);
+    m_app.stopCapture();
+    EXPECT_TRUE(m_phases.empty());
+    EXPECT_EQ(m_app.screen(), AppScreen::welcome);
+}
+
+TEST_F(RecordingFlowTest, CancellingTheCountdownStartsNothing) {
+    discover();
+    m_app.setCountdownTick(400ms);
+    m_app.beginCapture();
+    ASSERT_TRUE(test::processEventsUntil(
+        [&] { return m_app.recordingPhase() == RecordingPhase::countingDown(2); }, 5s));
+    m_app.cancelCountdown();
+    EXPECT_TRUE(m_app.recordingPhase().isIdle());
+    EXPECT_EQ(m_app.screen(), AppScreen::sourcePicker);
+    EXPECT_EQ(m_app.captureEngine(), nullptr);
+
+    // The abandoned countdown must not come back to life when its tick fires.
+    test::processEventsUntil([] { return false; }, 1500ms);
+    EXPECT_TRUE(m_app.recordingPhase().isIdle());
+    EXPECT_FALSE(m_app.lastError().has_value());
+    EXPECT_TRUE(mediaFiles().isEmpty());
+
+    // A cancel in any other phase is ignored.
+    m_app.setCountdownTick(10ms);
+    m_app.beginCapture();
+    ASSERT_TRUE(waitForPhase(&RecordingPhase::isRecording));
+    m_app.cancelCountdown();
+    EXPECT_TRUE(m_app.recordingPhase().isRecording());
+    m_app.stopCapture();
+    ASSERT_TRUE(waitForPhase(&RecordingPhase::isIdle));
+    EXPECT_EQ(m_app.currentBundle()->project().timeline.clips.size(), 1u);
+}
+
+TEST_F(RecordingFlowTest, FailuresComeBackWithTheirWaysOut) {
+    discover();
+    // A window that has gone between the picker and the start.
+    CaptureSource gone;
+    gone.id = QStringLiteral("window-4194303");
+    gone.kind = CaptureSource::Kind::window;
+    gone.title = QStringLiteral("Closed");
+    gone.windowID = 4194303;
+    m_app.setAvailableSources({gone});
+    m_app.setSelectedSourceID(gone.id);
+    m_app.beginCapture();
+    ASSERT_TRUE(test::processEventsUntil([&] { return m_app.lastError().has_value(); }, 20s));
+    EXPECT_TRUE(m_app.recordingPhase().isIdle());
+    EXPECT_EQ(m_app.screen(), AppScreen::sourcePicker);
+    EXPECT_EQ(m_app.captureEngine(), nullptr);
+    ASSERT_EQ(m_app.lastError()->recoveryActions.size(), 2u); // try again, change source
+    EXPECT_FALSE(m_app.lastError()->message.isEmpty());
+
+    // A movie that vanished before the stop looked for it: an error, not a clip.
+    m_app.setLastError(std::nullopt);
+    discover();
+    m_app.beginCapture();
+    ASSERT_TRUE(waitForPhase(&RecordingPhase::isRecording));
+    ASSERT_TRUE(m_app.captureEngine()->videoURL().has_value());
+    ASSERT_TRUE(QFile::remove(*m_app.captureEngine()->videoURL()));
+    m_app.stopCapture();
+    ASSERT_TRUE(waitForPhase(&RecordingPhase::isIdle));
+    ASSERT_TRUE(m_app.lastError().has_value());
+    EXPECT_EQ(m_app.lastError()->recoveryActions.size(), 1u);
+    EXPECT_EQ(m_app.screen(), AppScreen::recording); // left as it was
+    EXPECT_TRUE(m_app.currentBundle()->project().timeline.clips.empty());
+}
+
+TEST_F(RecordingFlowTest, TheAutomationStartHasNoCountdownAndMakesItsOwnProject) {
+    discover();
+    // Without the screen permission the call does nothing.
+    m_app.setPermissions({});
+    m_app.apiBeginCaptureNoCountdown();
+    EXPECT_TRUE(m_phases.empty());
+    discover();
+
+    m_app.apiBeginCaptureNoCountdown();
+    EXPECT_TRUE(m_app.isRecording()); // at once, before the engine has started
+    ASSERT_NE(m_app.currentBundle(), nullptr);
+    EXPECT_EQ(m_app.currentBundle()->project().name, QStringLiteral("Recording"));
+    EXPECT_EQ(m_app.currentBundle()->project().frameRate, 60);
+    ASSERT_TRUE(test::processEventsUntil(
+        [&] { return m_app.captureEngine() && m_app.captureEngine()->isRunning(); }, 20s));
+    EXPECT_FALSE(std::any_of(m_phases.begin(), m_phases.end(),
+                             [](const RecordingPhase& p) { return p.isCountingDown(); }));
+
+    // Quitting while recording waits for the stop and answers exactly once.
+    int replies = 0;
+    EXPECT_EQ(m_app.applicationShouldTerminate([&](bool) { ++replies; }), AppState::TerminateReply::later);
+    ASSERT_TRUE(test::processEventsUntil([&] { return replies > 0; }, 30s));
+    test::processEventsUntil([] { return false; }, 200ms);
+    EXPECT_EQ(replies, 1);
+    EXPECT_EQ(m_app.currentBundle()->project().timeline.clips.size(), 1u);
+}
+
+namespace {
+
+struct CommandResult {
+    int exitCode = -1;
+    QString out, err;
+};
+
+class RecordCommandTest : public test::CaptureServers {
+protected:
+    void SetUp() override {
+        ORVANE_REQUIRE_CAPTURE_SERVERS();
+        ASSERT_TRUE(m_home.isValid());
+    }
+
+    QProcess* start(const QStringList& args) {
+        auto* process = new QProcess(&m_parent);
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("DISPLAY"), QString::fromLatin1(xserver->displayName()));
+        env.insert(QStringLiteral("PULSE_SERVER"), QString::fromLatin1(pulse->serverString()));
+        env.insert(QStringLiteral("HOME"), m_home.path());
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_home.filePath(QStringLiteral(".config")));
+        process->setProcessEnvironment(env);
+        process->start(QStringLiteral(ORVANE_SCREEN_BINARY), args);
+        return process;
+    }
+
+    CommandResult finish(QProcess* process) {
+        EXPECT_TRUE(process->waitForFinished(60000));
+        return {process->exitCode(), QString::fromUtf8(process->readAllStandardOutput()),
+                QString::fromUtf8(process->readAllStandardError())};
+    }
+
+    QTemporaryDir m_home;
+    QObject m_parent;
+};
+
+// The value after "key<TAB>" on one of the output's lines.
+QString field(const QString& output, const QString& key) {
+    for (const QString& line : output.split(u'\n'))
+        if (line.startsWith(key + u'\t'))
+            return line.section(u'\t', 1);
+    return {};
+}
+
+} // namespace
+
+TEST_F(RecordCommandTest, ListsSourcesAndRecordsIntoAProjectUntilInterrupted) {
+    const CommandResult listed = finish(start({QStringLiteral("sources")}));
+    ASSERT_EQ(listed.exitCode, 0) << listed.err.toStdString();
+    const QStringList first = listed.out.split(u'\n').front().split(u'\t');
+    ASSERT_EQ(first.size(), 3);
+    EXPECT_TRUE(first[0].startsWith(QStringLiteral("display-")));
+
+    const CommandResult unknown = finish(
+        start({QStringLiteral("record"), QStringLiteral("--source"), QStringLiteral("no-such-thing")}));
+    EXPECT_NE(unknown.exitCode, 0);
+    EXPECT_TRUE(unknown.err.contains(QStringLiteral("no-such-thing")));
+
+    // A timed recording with the system's sound into a new project.
+    const CommandResult timed =
+        finish(start({QStringLiteral("record"), QStringLiteral("--source"), first[0],
+                      QStringLiteral("--seconds"), QStringLiteral("1.5"), QStringLiteral("--system-audio")}));
+    ASSERT_EQ(timed.exitCode, 0) << timed.err.toStdString();
+    const QString project = field(timed.out, QStringLiteral("project"));
+    const auto probe = probeAsset(field(timed.out, QStringLiteral("video")));
+    ASSERT_TRUE(probe.has_value());
+    EXPECT_NEAR(probe->duration, 1.5, 0.35);
+    EXPECT_EQ(probe->audioTracks.size(), 1u);
+    EXPECT_TRUE(QFileInfo::exists(field(timed.out, QStringLiteral("events"))));
+
+    // Into the same project, stopped with Ctrl-C: the clip is kept and comes second.
+    QProcess* open = start({QStringLiteral("record"), project});
+    QByteArray progress;
+    ASSERT_TRUE(test::processEventsUntil(
+        [&] {
+            open->waitForReadyRead(50);
+            progress += open->readAllStandardError();
+            return progress.contains("until Ctrl-C") || open->state() != QProcess::Running;
+        },
+        20s));
+    test::processEventsUntil([] { return false; }, 1000ms);
+    ::kill(pid_t(open->processId()), SIGINT);
+    const CommandResult interrupted = finish(open);
+    ASSERT_EQ(interrupted.exitCode, 0) << interrupted.err.toStdString();
+    EXPECT_TRUE(interrupted.out.contains(QStringLiteral("Recording 2")));
+    auto bundle = ProjectBundle::load(project);
+    ASSERT_TRUE(bundle.has_value());
+    ASSERT_EQ((*bundle)->project().timeline.clips.size(), 2u);
+}
