@@ -49,6 +49,11 @@ void ApiCall::onMainAsync(std::function<QCoro::Task<ApiResponse>(LocalScreenAPID
     });
 }
 
+LocalScreenAPIDelegate* ApiCall::currentDelegate() const {
+    auto endpoint = m_endpoint.lock();
+    return endpoint ? endpoint->delegate() : nullptr;
+}
+
 std::optional<QString> ApiCall::string(std::string_view key) const {
     if (!body())
         return std::nullopt;

@@ -60,6 +60,9 @@ public:
     void onMain(std::function<ApiResponse(LocalScreenAPIDelegate&)> work) const;
     // The same for work that awaits; the answer goes out when it ends.
     void onMainAsync(std::function<QCoro::Task<ApiResponse>(LocalScreenAPIDelegate&)> work) const;
+    // Main thread: the delegate as it stands now, for work that has awaited and must not assume the
+    // application outlived the wait; none when it or the server has gone.
+    LocalScreenAPIDelegate* currentDelegate() const;
 
     // Body fields: absent, or of the wrong type, reads as none.
     std::optional<QString> string(std::string_view key) const;

@@ -22,6 +22,16 @@ public:
         return AppState::defaultRecordingsRootDirectory();
     }
 
+    std::vector<CaptureSource> availableSources() const override { return m_app.availableSources(); }
+    QString selectedSourceID() const override { return m_app.selectedSourceID(); }
+    void setSelectedSourceID(const QString& id) override { m_app.setSelectedSourceID(id); }
+    void setIncludesMicrophone(bool on) override { m_app.setIncludesMicrophone(on); }
+    void setIncludesSystemAudio(bool on) override { m_app.setIncludesSystemAudio(on); }
+    void setIncludesCamera(bool on) override { m_app.setIncludesCamera(on); }
+    QCoro::Task<void> apiRefreshSources() override { return m_app.apiRefreshSources(); }
+    void apiBeginCaptureNoCountdown() override { m_app.apiBeginCaptureNoCountdown(); }
+    QCoro::Task<void> stopCapture() override { return m_app.stopCapture(); }
+
     tl::expected<std::shared_ptr<ProjectBundle>, Error> createProject(const QString& name, int width,
                                                                       int height, int frameRate) override {
         return m_app.createProject(name, width, height, frameRate);

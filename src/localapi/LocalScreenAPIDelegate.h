@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/AppTypes.h"
+#include "capture/CaptureSource.h"
 #include "project/Clip.h"
 #include "project/ProjectBundle.h"
 #include "support/Error.h"
@@ -11,6 +12,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace orvane {
 
@@ -27,6 +29,20 @@ public:
     virtual QString recordingsRootDirectory() const = 0;
     virtual void setRecordingsRootDirectory(const QString& path) = 0;
     virtual QString defaultRecordingsRootDirectory() const = 0;
+
+    virtual std::vector<CaptureSource> availableSources() const = 0;
+    virtual QString selectedSourceID() const = 0;
+    virtual void setSelectedSourceID(const QString& id) = 0;
+    virtual void setIncludesMicrophone(bool on) = 0;
+    virtual void setIncludesSystemAudio(bool on) = 0;
+    virtual void setIncludesCamera(bool on) = 0;
+    // Rediscovers the sources into availableSources; a failure leaves the list empty.
+    virtual QCoro::Task<void> apiRefreshSources() = 0;
+    // Starts capturing the selected source without a countdown and returns at once; whether it started
+    // shows later in isRecording.
+    virtual void apiBeginCaptureNoCountdown() = 0;
+    // Stops the recording and appends it to the open project as its last clip.
+    virtual QCoro::Task<void> stopCapture() = 0;
 
     virtual tl::expected<std::shared_ptr<ProjectBundle>, Error> createProject(const QString& name, int width,
                                                                               int height, int frameRate) = 0;

@@ -26,34 +26,6 @@ using namespace orvane::test;
 
 namespace {
 
-JsonObject bodyOf(const QByteArray& json) {
-    auto parsed = parseJson(std::string_view(json.constData(), std::size_t(json.size())));
-    auto* v = std::get_if<JsonValue>(&parsed);
-    return v ? v->toObject() : JsonObject();
-}
-
-// An application state with its own settings and a started server on a free port.
-struct TestServer {
-    explicit TestServer(std::function<void(LocalAPIServer&)> configure = {}) {
-        defaults.setValue(QStringLiteral("recordingSaveDirectory"), dir.filePath(QStringLiteral("Projects")));
-        if (configure)
-            configure(server);
-        QSignalSpy ready(&server, &LocalAPIServer::listening);
-        server.start();
-        started = ready.wait(5000);
-    }
-
-    QObject lifetime;
-    QTemporaryDir dir;
-    UserDefaults defaults{dir.filePath(QStringLiteral("d.ini"))};
-    RecentProjectsStore recents{defaults};
-    AppState app{{defaults, recents, Clock::system()}};
-    AppStateAPIDelegate delegate{app};
-    quint16 port = freeLoopbackPort();
-    LocalAPIServer server{&delegate, &lifetime, port};
-    bool started = false;
-};
-
 class LocalAPIServerTest : public ::testing::Test {
 protected:
     void SetUp() override {

@@ -2,13 +2,21 @@
 
 // Real clients for the loopback server, usable from the main thread while it keeps serving: each
 // client runs on a thread of its own and the main thread spins its event loop until the answer is in.
+// And a server of its own for a test: a fresh application state behind it, on a free port.
+
+#include "localapi/AppStateAPIDelegate.h"
+#include "localapi/LocalAPIServer.h"
+#include "project/JsonValue.h"
+#include "support/UserDefaults.h"
 
 #include <QByteArray>
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QHostAddress>
 #include <QProcess>
+#include <QSignalSpy>
 #include <QTcpServer>
+#include <QTemporaryDir>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -102,5 +110,37 @@ inline CurlResult curl(quint16 port, const QString& method, const QString& path,
     result.body = out.left(newline);
     return result;
 }
+
+inline JsonObject bodyOf(const QByteArray& json) {
+    auto parsed = parseJson(std::string_view(json.constData(), std::size_t(json.size())));
+    auto* v = std::get_if<JsonValue>(&parsed);
+    return v ? v->toObject() : JsonObject();
+}
+
+// An application state with its own settings and a started server on a free port.
+struct TestServer {
+    explicit TestServer(std::function<void(LocalAPIServer&)> configure = {}) {
+        defaults.setValue(QStringLiteral("recordingSaveDirectory"), dir.filePath(QStringLiteral("Projects")));
+        if (configure)
+            configure(server);
+        QSignalSpy ready(&server, &LocalAPIServer::listening);
+        server.start();
+        started = ready.wait(5000);
+    }
+
+    CurlResult call(const QString& method, const QString& path, const QByteArray& body = {}) const {
+        return curl(port, method, path, body);
+    }
+
+    QObject lifetime;
+    QTemporaryDir dir;
+    UserDefaults defaults{dir.filePath(QStringLiteral("d.ini"))};
+    RecentProjectsStore recents{defaults};
+    AppState app{{defaults, recents, Clock::system()}};
+    AppStateAPIDelegate delegate{app};
+    quint16 port = freeLoopbackPort();
+    LocalAPIServer server{&delegate, &lifetime, port};
+    bool started = false;
+};
 
 } // namespace orvane::test
