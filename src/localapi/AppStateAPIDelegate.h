@@ -37,6 +37,12 @@ public:
         return m_app.createProject(name, width, height, frameRate);
     }
     void openProject(const QString& path) override { m_app.openProject(path); }
+    QCoro::Task<tl::expected<void, ImportError>> importVideo(QString path) override {
+        return m_app.importVideo(std::move(path));
+    }
+    QCoro::Task<tl::expected<void, ImportError>> importAudio(QString path) override {
+        return m_app.importAudio(std::move(path));
+    }
     tl::expected<void, Error> apiUpdateClip(const QUuid& id,
                                             const std::function<void(Clip&)>& mutate) override {
         return m_app.apiUpdateClip(id, mutate);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/AppTypes.h"
+#include "app/ImportError.h"
 #include "capture/CaptureSource.h"
 #include "project/Clip.h"
 #include "project/ProjectBundle.h"
@@ -47,6 +48,9 @@ public:
     virtual tl::expected<std::shared_ptr<ProjectBundle>, Error> createProject(const QString& name, int width,
                                                                               int height, int frameRate) = 0;
     virtual void openProject(const QString& path) = 0;
+    // One file copied into the project (made first when none is open) and appended as the last clip.
+    virtual QCoro::Task<tl::expected<void, ImportError>> importVideo(QString path) = 0;
+    virtual QCoro::Task<tl::expected<void, ImportError>> importAudio(QString path) = 0;
     // The one editing path of automation: no undo step, an autosave.
     virtual tl::expected<void, Error> apiUpdateClip(const QUuid& id,
                                                     const std::function<void(Clip&)>& mutate) = 0;

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QUrl>
 
 namespace orvane {
 
@@ -100,6 +101,56 @@ void handleGetClip(const ApiCall& call) {
     });
 }
 
+// A "file://" URL names its local file; anything else, or a URL that does not parse, is a path as it stands.
+QString importPath(const QString& text) {
+    if (text.startsWith(QStringLiteral("file://"))) {
+        const QUrl url(text, QUrl::StrictMode);
+        if (url.isValid() && url.isLocalFile())
+            return url.toLocalFile();
+    }
+    return text;
+}
+
+// The text an import failure answers with. Failures that are not the file's own (a project that could not
+// be made) have no message of their own, only their cause's.
+QString importErrorDescription(const ImportError& error) {
+    return error.kind == ImportError::Kind::other ? error.underlying : error.userFacingMessage();
+}
+
+void handleImport(const ApiCall& call, bool audio) {
+    const QString url = call.string("url").value_or(QString());
+    if (url.isEmpty())
+        return call.respond(400, QStringLiteral("Missing 'url' (file path or file:// URL)"));
+    call.onMainAsync(
+        [call, audio, path = importPath(url)](LocalScreenAPIDelegate& app) -> QCoro::Task<ApiResponse> {
+            auto importing = audio ? app.importAudio(path) : app.importVideo(path);
+            const auto imported = co_await importing;
+            if (!imported)
+                co_return ApiResponse::error(400, importErrorDescription(imported.error()));
+            LocalScreenAPIDelegate* current = call.currentDelegate();
+            if (!current)
+                co_return ApiResponse::error(503, QStringLiteral("App not available"));
+
+            const auto bundle = current->currentBundle();
+            const Clip* last = bundle && !bundle->project().timeline.clips.empty()
+                                   ? &bundle->project().timeline.clips.back()
+                                   : nullptr;
+            JsonObject answer{{"clipId", last ? uuidString(last->id) : QString()},
+                              {"clipName", last ? last->name : QString()}};
+            if (!audio)
+                answer.insert("duration", last ? roundedSeconds(last->timelineDuration().seconds) : 0.0);
+            co_return ApiResponse::ok(std::move(answer));
+        });
+}
+
+void handleImportVideo(const ApiCall& call) {
+    handleImport(call, false);
+}
+
+void handleImportAudio(const ApiCall& call) {
+    handleImport(call, true);
+}
+
 } // namespace
 
 void addProjectRoutes(std::vector<LocalAPIServer::Route>& routes) {
@@ -111,6 +162,10 @@ void addProjectRoutes(std::vector<LocalAPIServer::Route>& routes) {
     routes.push_back({get, {project}, &handleProjectInfo});
     routes.push_back({get, {project, QStringLiteral("clips")}, &handleListClips});
     routes.push_back({get, {project, QStringLiteral("clip"), QStringLiteral("<id>")}, &handleGetClip});
+    routes.push_back(
+        {post, {project, QStringLiteral("import"), QStringLiteral("video")}, &handleImportVideo});
+    routes.push_back(
+        {post, {project, QStringLiteral("import"), QStringLiteral("audio")}, &handleImportAudio});
 }
 
 } // namespace orvane

@@ -15,6 +15,7 @@
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QUrl>
 
 #include <gtest/gtest.h>
 
@@ -545,4 +546,85 @@ TEST_F(LocalAPIServerTest, ExportEnqueuesAndStatusCountsJobs) {
     EXPECT_EQ(status.value("completedCount").toDouble(), 1);
     EXPECT_EQ(status.value("failedCount").toDouble(), 1); // GIF comes with the assembly route
     EXPECT_TRUE(QFile::exists(prores.value("outputPath").toString()));
+}
+
+namespace {
+// Runs the ffmpeg tool on lavfi sources; false when it failed.
+bool makeMedia(const QStringList& arguments) {
+    QProcess ffmpeg;
+    ffmpeg.start(QStringLiteral("ffmpeg"),
+                 QStringList{QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y")} +
+                     arguments);
+    return ffmpeg.waitForFinished(60000) && ffmpeg.exitStatus() == QProcess::NormalExit &&
+           ffmpeg.exitCode() == 0;
+}
+
+QByteArray urlBody(const QString& url) {
+    return QByteArray(R"({"url": ")") + url.toUtf8() + "\"}";
+}
+} // namespace
+
+TEST_F(LocalAPIServerTest, ImportRoutesAppendRealFilesAndReportTheirFailures) {
+    if (QStandardPaths::findExecutable(QStringLiteral("ffmpeg")).isEmpty())
+        GTEST_SKIP() << "the ffmpeg tool is not installed (scripts/setup-deps installs it)";
+    const QString movie = m_dir.filePath(QStringLiteral("screen take.mp4"));
+    const QString tone = m_dir.filePath(QStringLiteral("tone.wav"));
+    ASSERT_TRUE(makeMedia({QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+                           QStringLiteral("testsrc2=size=320x240:rate=30:duration=1.5"), movie}));
+    ASSERT_TRUE(makeMedia({QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+                           QStringLiteral("sine=frequency=440:duration=2"), tone}));
+    const QString video = QStringLiteral("/project/import/video");
+    const QString audio = QStringLiteral("/project/import/audio");
+
+    EXPECT_EQ(call(QStringLiteral("POST"), video).body,
+              QByteArray(R"x({"error":"Missing 'url' (file path or file:// URL)"})x"));
+    EXPECT_EQ(call(QStringLiteral("POST"), audio, R"({"url": 7})").status, 400);
+
+    // A file URL, percent-encoded, into no open project: one is made for it.
+    const CurlResult imported =
+        call(QStringLiteral("POST"), video, urlBody(QUrl::fromLocalFile(movie).toString(QUrl::FullyEncoded)));
+    ASSERT_EQ(imported.status, 200) << imported.body.constData();
+    ASSERT_TRUE(m_app.currentBundle());
+    const auto clips = [&] {
+        return m_app.currentBundle()->project().timeline.clips;
+    };
+    ASSERT_EQ(clips().size(), 1u);
+    const Clip clip = clips()[0];
+    EXPECT_EQ(
+        bodyOf(imported.body),
+        (JsonObject{
+            {"ok", true}, {"clipId", uuidString(clip.id)}, {"clipName", "screen take"}, {"duration", 1.5}}));
+    EXPECT_TRUE(QFile::exists(m_app.currentBundle()->mediaPath(clip.sourceVideoPath)));
+
+    // Audio by plain path lands after the movie and answers without a duration.
+    const CurlResult music = call(QStringLiteral("POST"), audio, urlBody(tone));
+    ASSERT_EQ(music.status, 200) << music.body.constData();
+    ASSERT_EQ(clips().size(), 2u);
+    const Clip song = clips()[1];
+    EXPECT_EQ(bodyOf(music.body),
+              (JsonObject{{"ok", true}, {"clipId", uuidString(song.id)}, {"clipName", "tone"}}));
+    EXPECT_TRUE(song.sourceVideoPath.isEmpty());
+    EXPECT_EQ(song.timelineStart.seconds, clip.timelineEnd().seconds);
+
+    // Failures carry the file's own message, and add nothing to the timeline.
+    const auto errorOf = [&](const QString& route, const QString& path) {
+        const CurlResult failed = call(QStringLiteral("POST"), route, urlBody(path));
+        EXPECT_EQ(failed.status, 400);
+        return bodyOf(failed.body).value("error").toString();
+    };
+    EXPECT_EQ(errorOf(video, tone),
+              QStringLiteral("tone.wav — unsupported format. Try converting to MOV, MP4, "
+                             "M4V, MKV."));
+    EXPECT_EQ(errorOf(video, m_dir.filePath(QStringLiteral("gone.mov"))),
+              QStringLiteral("gone.mov — file not found on disk."));
+    const QString renamedTone = m_dir.filePath(QStringLiteral("tone.mkv"));
+    ASSERT_TRUE(makeMedia({QStringLiteral("-i"), tone, renamedTone}));
+    EXPECT_EQ(errorOf(video, renamedTone), QStringLiteral("tone.mkv — file contains no video track."));
+    QFile notes(m_dir.filePath(QStringLiteral("notes.mov")));
+    ASSERT_TRUE(notes.open(QIODevice::WriteOnly));
+    notes.write("not a movie at all\n");
+    notes.close();
+    EXPECT_TRUE(
+        errorOf(video, notes.fileName()).startsWith(QStringLiteral("notes.mov — couldn't load as media: ")));
+    EXPECT_EQ(clips().size(), 2u);
 }
