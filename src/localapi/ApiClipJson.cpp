@@ -9,19 +9,23 @@ double roundedSeconds(double seconds) {
 }
 
 JsonObject clipSummaryJson(const Clip& clip) {
-    return JsonObject{
-        {"id", uuidString(clip.id)},
-        {"name", clip.name},
-        {"trackIndex", clip.trackIndex},
-        {"isAudioOnly", clip.sourceVideoPath.isEmpty()},
-        {"timelineStart", roundedSeconds(clip.timelineStart.seconds)},
-        {"duration", roundedSeconds(clip.timelineDuration().seconds)},
-        {"speed", clip.speed},
-        {"hasTransition", clip.transitionIn.has_value()},
-        {"textOverlayCount", int(clip.textOverlays.size())},
-        {"hasCaptions", clip.captions.has_value()},
-        {"hasAutoZoom", clip.autoZoom.isEnabled},
-    };
+    // Listing a long timeline builds one of these per clip on every request: members are appended by move
+    // into room made up front, where braces would copy each key and value once more and grow the list
+    // step by step.
+    JsonObject summary;
+    summary.reserve(11);
+    summary.append("id", uuidString(clip.id));
+    summary.append("name", clip.name);
+    summary.append("trackIndex", clip.trackIndex);
+    summary.append("isAudioOnly", clip.sourceVideoPath.isEmpty());
+    summary.append("timelineStart", roundedSeconds(clip.timelineStart.seconds));
+    summary.append("duration", roundedSeconds(clip.timelineDuration().seconds));
+    summary.append("speed", clip.speed);
+    summary.append("hasTransition", clip.transitionIn.has_value());
+    summary.append("textOverlayCount", int(clip.textOverlays.size()));
+    summary.append("hasCaptions", clip.captions.has_value());
+    summary.append("hasAutoZoom", clip.autoZoom.isEnabled);
+    return summary;
 }
 
 namespace {

@@ -43,6 +43,7 @@ void handleProjectOpen(const ApiCall& call) {
 
 JsonArray clipSummaries(const Project& project) {
     JsonArray clips;
+    clips.reserve(qsizetype(project.timeline.clips.size()));
     for (const Clip& c : project.timeline.clips)
         clips.append(clipSummaryJson(c));
     return clips;
@@ -62,18 +63,19 @@ void handleProjectInfo(const ApiCall& call) {
                                      {"muted", t.muted},
                                      {"locked", t.locked},
                                      {"visible", t.visible}});
-        return ApiResponse::json(
-            {{"id", uuidString(p.id)},
-             {"name", p.name},
-             {"canvasSize", JsonObject{{"width", qint64(std::llround(p.canvasSize.width))},
-                                       {"height", qint64(std::llround(p.canvasSize.height))}}},
-             {"frameRate", p.frameRate},
-             {"duration", roundedSeconds(p.timeline.duration().seconds)},
-             {"clipCount", int(p.timeline.clips.size())},
-             {"clips", clipSummaries(p)},
-             {"tracks", std::move(tracks)},
-             {"projectPath", bundle->path()},
-             {"notes", p.notes}});
+        JsonObject body{{"id", uuidString(p.id)},
+                        {"name", p.name},
+                        {"canvasSize", JsonObject{{"width", qint64(std::llround(p.canvasSize.width))},
+                                                  {"height", qint64(std::llround(p.canvasSize.height))}}},
+                        {"frameRate", p.frameRate},
+                        {"duration", roundedSeconds(p.timeline.duration().seconds)},
+                        {"clipCount", int(p.timeline.clips.size())},
+                        {"projectPath", bundle->path()},
+                        {"notes", p.notes}};
+        // The lists go in by move: in the braces above they would be copied whole.
+        body.insert("clips", clipSummaries(p));
+        body.insert("tracks", std::move(tracks));
+        return ApiResponse::json(std::move(body));
     });
 }
 
@@ -82,7 +84,10 @@ void handleListClips(const ApiCall& call) {
         const auto bundle = app.currentBundle();
         if (!bundle)
             return ApiResponse::error(404, QStringLiteral("No project open"));
-        return ApiResponse::json({{"clips", clipSummaries(bundle->project())}});
+        // By move, not in braces, which would copy every summary once more.
+        JsonObject body;
+        body.insert("clips", clipSummaries(bundle->project()));
+        return ApiResponse::json(std::move(body));
     });
 }
 
