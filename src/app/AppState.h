@@ -176,6 +176,9 @@ public:
 
     // Reads the permissions off the system into `permissions`.
     QCoro::Task<void> refreshPermissions();
+    // What start-up and every activation run: the permissions, then the sources (empty when discovery
+    // fails, without an error).
+    QCoro::Task<void> checkPermissionsOnLaunch();
     // Discovers the sources into `availableSources`; a failure leaves the list empty and comes back.
     QCoro::Task<tl::expected<void, Error>> refreshSources();
     // The full start: countdown, engine start; failures go to lastError with their recovery actions.

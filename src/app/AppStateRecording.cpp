@@ -95,6 +95,13 @@ QCoro::Task<void> AppState::refreshPermissions() {
                     statusFrom(found.accessibility)});
 }
 
+QCoro::Task<void> AppState::checkPermissionsOnLaunch() {
+    auto permissions = refreshPermissions();
+    co_await permissions;
+    auto sources = refreshSources();
+    co_await sources;
+}
+
 QCoro::Task<tl::expected<void, Error>> AppState::refreshSources() {
     auto discovering = CaptureEngine::discoverSources(m_captureEnvironment);
     auto discovered = co_await discovering;
