@@ -6,6 +6,7 @@
 #include "support/Log.h"
 
 #include <QCoreApplication>
+#include <QCoro/QCoroTask>
 #include <QSocketNotifier>
 
 #include <fcntl.h>
@@ -66,6 +67,9 @@ int runServeCommand(AppState& app, const QStringList& arguments) {
                        .arg(port));
     });
     QObject::connect(&server, &LocalAPIServer::gaveUp, [] { QCoreApplication::exit(1); });
+    // The window's start-up reads the permissions; without one they would stay unknown, and every start
+    // over the API would be refused in silence.
+    QCoro::waitFor(app.refreshPermissions());
     server.start();
     const int code = QCoreApplication::exec();
 
