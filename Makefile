@@ -22,8 +22,13 @@ test: build
 demo: build
 	scripts/demo
 
+# Each program prints its figures against a baseline measured in the same run. The capture benchmark
+# takes a few minutes (its drift run is two minutes; pass --long-seconds 600 for ten).
 bench: build
 	$(BUILD_DIR)/bench/orvane-bench
+	$(BUILD_DIR)/bench/orvane-telemetry-bench
+	$(BUILD_DIR)/bench/orvane-http-bench
+	$(BUILD_DIR)/bench/orvane-capture-bench
 
 fuzz:
 	scripts/run-fuzzers
