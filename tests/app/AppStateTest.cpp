@@ -231,9 +231,15 @@ TEST_F(AppStateTest, QuittingDuringARecordingRepliesOnceWhenTheStopEnds) {
     std::vector<bool> replies;
     EXPECT_EQ(m_app.applicationShouldTerminate([&](bool v) { replies.push_back(v); }),
               AppState::TerminateReply::later);
-    ASSERT_EQ(replies.size(), 1u); // this stop ends at once
-    EXPECT_TRUE(m_app.recordingPhase().isIdle());
+    ASSERT_EQ(replies.size(), 1u); // with no engine to finish, this stop ends at once
     m_clock.advance(10);
+    EXPECT_EQ(replies.size(), 1u);
+
+    // A countdown has nothing to keep: it is abandoned and the answer is now.
+    m_app.setRecordingPhase(RecordingPhase::countingDown(2));
+    EXPECT_EQ(m_app.applicationShouldTerminate([&](bool v) { replies.push_back(v); }),
+              AppState::TerminateReply::now);
+    EXPECT_TRUE(m_app.recordingPhase().isIdle());
     EXPECT_EQ(replies.size(), 1u);
 }
 

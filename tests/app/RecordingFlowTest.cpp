@@ -220,7 +220,12 @@ TEST_F(RecordingFlowTest, TheAutomationStartHasNoCountdownAndMakesItsOwnProject)
     m_app.setPermissions({});
     m_app.apiBeginCaptureNoCountdown();
     EXPECT_TRUE(m_phases.empty());
-    discover();
+    // What start-up runs brings the permission and the sources back.
+    m_app.setAvailableSources({});
+    auto launch = m_app.checkPermissionsOnLaunch();
+    ASSERT_TRUE(test::processEventsUntil([&] { return launch.isReady(); }, 10s));
+    ASSERT_EQ(m_app.permissions().screenRecording, PermissionsState::Status::granted);
+    ASSERT_FALSE(m_app.availableSources().empty());
 
     m_app.apiBeginCaptureNoCountdown();
     EXPECT_TRUE(m_app.isRecording()); // at once, before the engine has started
