@@ -5,6 +5,7 @@
 #include "capture/TelemetryFiles.h"
 #include "capture/pulse/PulseRecorder.h"
 #include "capture/x11/DemoWindow.h"
+#include "common/LogCapture.h"
 #include "media/AssetProbe.h"
 #include "media/AudioReader.h"
 #include "media/FrameReader.h"
@@ -23,11 +24,6 @@ using namespace orvane;
 using namespace std::chrono_literals;
 
 namespace {
-
-QStringList& capturedLog() {
-    static QStringList lines;
-    return lines;
-}
 
 // The level of `frequency` in one audio track of a movie, over `seconds` from `from`.
 double trackToneLevel(const QString& path, int track, double from, double seconds, double frequency) {
@@ -94,19 +90,13 @@ class CaptureEngineTest : public test::CaptureServers {
 protected:
     void SetUp() override {
         ORVANE_REQUIRE_CAPTURE_SERVERS();
-        capturedLog().clear();
-        previousHandler = qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext&, const QString& message) { capturedLog() << message; });
         driver = std::make_unique<test::XTestDriver>(xserver->displayName());
         ASSERT_TRUE(folder.isValid());
         bundle =
             std::make_shared<ProjectBundle>(folder.filePath(QStringLiteral("Test.orvanescreen")), Project{});
         ASSERT_TRUE(bundle->ensureOnDisk());
     }
-    void TearDown() override {
-        if (previousHandler)
-            qInstallMessageHandler(previousHandler);
-    }
+    const QStringList& capturedLog() const { return log.lines(); }
 
     std::unique_ptr<DemoWindow> openWindow(DemoWindow::Options options) {
         options.displayName = xserver->displayName();
@@ -138,7 +128,7 @@ protected:
     QTemporaryDir folder;
     std::shared_ptr<ProjectBundle> bundle;
     std::unique_ptr<test::XTestDriver> driver;
-    QtMessageHandler previousHandler = nullptr;
+    test::LogCapture log;
 };
 
 TEST_F(CaptureEngineTest, RecordsADisplayWithBothSoundsAndTheClicks) {
@@ -224,25 +214,25 @@ TEST_F(CaptureEngineTest, RecordsADisplayWithBothSoundsAndTheClicks) {
     EXPECT_EQ(cursor.samples.back().x, 410);
     EXPECT_EQ(cursor.samples.back().y, 310);
 
-    const QStringList& log = capturedLog();
+    const QStringList& lines = capturedLog();
     EXPECT_TRUE(
-        log.contains(QStringLiteral("[CaptureEngine] Writer startWriting: true, status: 1, error: none")));
+        lines.contains(QStringLiteral("[CaptureEngine] Writer startWriting: true, status: 1, error: none")));
     EXPECT_EQ(
-        log
+        lines
             .filter(QRegularExpression(QStringLiteral(
                 "^\\[CaptureEngine\\] Starting SCStream capture on display \\d+ \\(1280x720\\)\\.\\.\\.$")))
             .size(),
         1);
-    EXPECT_TRUE(log.contains(QStringLiteral("[CaptureEngine] SCStream capture started successfully")));
+    EXPECT_TRUE(lines.contains(QStringLiteral("[CaptureEngine] SCStream capture started successfully")));
     // Sound that is already flowing comes first; the first sample names its image only if it is a frame.
-    const QStringList first = log.filter(QStringLiteral("[CaptureEngine] Frame #1 type="));
+    const QStringList first = lines.filter(QStringLiteral("[CaptureEngine] Frame #1 type="));
     ASSERT_EQ(first.size(), 1);
     if (first[0].contains(QStringLiteral("type=0")))
         EXPECT_TRUE(first[0].endsWith(QStringLiteral(" valid=true pb=1280x720 fmt=BGRA(1111970369)")));
     else
-        EXPECT_TRUE(log.filter(QStringLiteral(" pb=")).isEmpty());
+        EXPECT_TRUE(lines.filter(QStringLiteral(" pb=")).isEmpty());
     EXPECT_TRUE(
-        log.contains(QStringLiteral("[CaptureEngine] MouseTracker (CGEventTap) started successfully")));
+        lines.contains(QStringLiteral("[CaptureEngine] MouseTracker (CGEventTap) started successfully")));
 }
 
 TEST_F(CaptureEngineTest, AWindowIsRecordedWholeEvenWhereCovered) {

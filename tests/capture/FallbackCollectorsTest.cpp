@@ -13,29 +13,7 @@ using E = InputEvent;
 
 namespace {
 
-class FallbackCollectorsTest : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        QByteArray failure;
-        server = test::XvfbServer::start(1024, 768, &failure).release();
-        if (!server)
-            skipReason = failure;
-    }
-    static void TearDownTestSuite() {
-        delete server;
-        server = nullptr;
-    }
-    void SetUp() override {
-        if (!server)
-            GTEST_SKIP() << "no X server for the collector tests: " << skipReason.constData();
-        driver = std::make_unique<test::XTestDriver>(server->displayName());
-        ASSERT_TRUE(driver->isOpen());
-    }
-
-    static inline test::XvfbServer* server = nullptr;
-    static inline QByteArray skipReason;
-    std::unique_ptr<test::XTestDriver> driver;
-};
+using FallbackCollectorsTest = test::XServerTest<1024, 768>;
 
 TEST_F(FallbackCollectorsTest, CursorTrackerSamplesAt120HzMovingOrNot) {
     driver->warp(300, 200);

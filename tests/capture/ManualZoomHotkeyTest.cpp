@@ -1,6 +1,7 @@
 #include "capture/x11/ManualZoomHotkey.h"
 
 #include "X11TestSupport.h"
+#include "common/LogCapture.h"
 #include "direction/ZoomFraming.h"
 
 #include <QRegularExpression>
@@ -15,38 +16,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
-class ManualZoomHotkeyTest : public ::testing::Test {
+class ManualZoomHotkeyTest : public test::XServerTest<1280, 720> {
 protected:
-    static void SetUpTestSuite() {
-        QByteArray failure;
-        server = test::XvfbServer::start(1280, 720, &failure).release();
-        if (!server)
-            skipReason = failure;
-    }
-    static void TearDownTestSuite() {
-        delete server;
-        server = nullptr;
-    }
-    void SetUp() override {
-        if (!server)
-            GTEST_SKIP() << "no X server for the collector tests: " << skipReason.constData();
-        driver = std::make_unique<test::XTestDriver>(server->displayName());
-        ASSERT_TRUE(driver->isOpen());
-        captured().clear();
-        previousHandler = qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext&, const QString& message) { captured() << message; });
-    }
-    void TearDown() override { qInstallMessageHandler(previousHandler); }
-
-    static QStringList& captured() {
-        static QStringList lines;
-        return lines;
-    }
-
-    static inline test::XvfbServer* server = nullptr;
-    static inline QByteArray skipReason;
-    std::unique_ptr<test::XTestDriver> driver;
-    QtMessageHandler previousHandler = nullptr;
+    const QStringList& captured() const { return log.lines(); }
+    test::LogCapture log;
 };
 
 TEST_F(ManualZoomHotkeyTest, TheChordMarksThePointerOnlyWhileAnotherProgramHasTheFocus) {

@@ -13,25 +13,8 @@ using E = InputEvent;
 
 namespace {
 
-class MouseTrackerTest : public ::testing::Test {
+class MouseTrackerTest : public test::XServerTest<1280, 800> {
 protected:
-    static void SetUpTestSuite() {
-        QByteArray failure;
-        server = test::XvfbServer::start(1280, 800, &failure).release();
-        if (!server)
-            skipReason = failure;
-    }
-    static void TearDownTestSuite() {
-        delete server;
-        server = nullptr;
-    }
-    void SetUp() override {
-        if (!server)
-            GTEST_SKIP() << "no X server for the collector tests: " << skipReason.constData();
-        driver = std::make_unique<test::XTestDriver>(server->displayName());
-        ASSERT_TRUE(driver->isOpen());
-    }
-
     // Moves by (dx, dy), waits until the tracker has the sample, and returns the pointer's position.
     Point moveAndWait(MouseTracker& tracker, int dx, int dy) {
         const std::size_t before = tracker.sampleCount();
@@ -46,10 +29,6 @@ protected:
         for (std::size_t i = 1; i < tracks.events.events.size(); ++i)
             EXPECT_LE(tracks.events.events[i - 1].time(), tracks.events.events[i].time()) << "event " << i;
     }
-
-    static inline test::XvfbServer* server = nullptr;
-    static inline QByteArray skipReason;
-    std::unique_ptr<test::XTestDriver> driver;
 };
 
 TEST_F(MouseTrackerTest, RecordsMotionButtonsWheelAndKeysAsSent) {

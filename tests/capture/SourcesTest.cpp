@@ -5,6 +5,7 @@
 #include "capture/x11/DemoWindow.h"
 #include "capture/x11/X11ContentQuery.h"
 #include "capture/x11/X11FrameGrabber.h"
+#include "common/LogCapture.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -249,17 +250,13 @@ TEST_F(SourcesTest, TheThumbnailCacheTakesEachPictureOnce) {
     EXPECT_EQ(cache.thumbnail(display.id)->width(), 640);
 
     // A source that is gone: a log line, nothing stored, and a later fetch may try again.
-    QStringList lines;
-    static QStringList* sink = nullptr;
-    sink = &lines;
-    const auto previous =
-        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& m) { *sink << m; });
+    test::LogCapture log;
     CaptureSource gone = win;
     gone.id = QStringLiteral("window-4242");
     gone.windowID = 4242;
     cache.fetchIfNeeded(gone);
     test::processEventsUntil([&] { return !cache.isFetching(gone.id); }, 10s);
-    qInstallMessageHandler(previous);
+    const QStringList lines = log.finish();
     EXPECT_FALSE(cache.thumbnail(gone.id));
     EXPECT_TRUE(lines.contains(QStringLiteral(
         "[SourceThumbnailCache] snapshot failed for window-4242: The selected source could not be found.")));

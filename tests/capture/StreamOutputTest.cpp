@@ -2,6 +2,7 @@
 
 #include "PulseTestSupport.h"
 #include "common/AllocationCounter.h"
+#include "common/LogCapture.h"
 #include "media/AudioReader.h"
 #include "media/MediaWriter.h"
 
@@ -167,11 +168,7 @@ TEST(StreamOutputTest, SteadyFramesAndSoundAllocateNothing) {
 }
 
 TEST(StreamOutputTest, AWriterThatStoppedTakesNothingMore) {
-    QStringList lines;
-    static QStringList* sink = nullptr;
-    sink = &lines;
-    const auto previous =
-        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& m) { *sink << m; });
+    test::LogCapture log;
     QTemporaryDir dir;
     auto writer = makeWriter(QDir(dir.path()).filePath(QStringLiteral("gone.mov")), 64, 64,
                              QStringLiteral("ultrafast"), 1);
@@ -181,7 +178,7 @@ TEST(StreamOutputTest, AWriterThatStoppedTakesNothingMore) {
     std::vector<std::uint8_t> pixels(64 * 64 * 4);
     output.handleVideo({pixels.data(), 64, 64, 64 * 4, at(0)});
     output.handleAudio(StreamOutput::OutputType::audio, chunk(0.5), at(0));
-    qInstallMessageHandler(previous);
+    const QStringList lines = log.finish();
     EXPECT_EQ(output.writerStatus(), StreamOutput::WriterStatus::cancelled);
     EXPECT_EQ(output.statistics().framesAppended, 0);
     EXPECT_EQ(output.statistics().audioBuffersAppended[0], 0);

@@ -2,6 +2,7 @@
 
 #include "X11TestSupport.h"
 #include "capture/TelemetryFiles.h"
+#include "common/LogCapture.h"
 
 #include <QDir>
 #include <QEventLoop>
@@ -17,33 +18,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-class TelemetrySessionTest : public ::testing::Test {
+class TelemetrySessionTest : public test::XServerTest<800, 600> {
 protected:
-    static void SetUpTestSuite() {
-        QByteArray failure;
-        server = test::XvfbServer::start(800, 600, &failure).release();
-        if (!server)
-            skipReason = failure;
-    }
-    static void TearDownTestSuite() {
-        delete server;
-        server = nullptr;
-    }
-    void SetUp() override {
-        captured().clear();
-        previousHandler = qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext&, const QString& message) { captured() << message; });
-        if (!server)
-            GTEST_SKIP() << "no X server for the collector tests: " << skipReason.constData();
-        driver = std::make_unique<test::XTestDriver>(server->displayName());
-        ASSERT_TRUE(driver->isOpen());
-    }
-    void TearDown() override { qInstallMessageHandler(previousHandler); }
-
-    static QStringList& captured() {
-        static QStringList lines;
-        return lines;
-    }
+    const QStringList& captured() const { return log.lines(); }
 
     using Result = tl::expected<TelemetryRecording, QString>;
     static Result record(std::chrono::milliseconds duration, const QString& cursor, const QString& events,
@@ -63,10 +40,7 @@ protected:
         return result.value_or(tl::unexpected(QStringLiteral("timed out")));
     }
 
-    static inline test::XvfbServer* server = nullptr;
-    static inline QByteArray skipReason;
-    std::unique_ptr<test::XTestDriver> driver;
-    QtMessageHandler previousHandler = nullptr;
+    test::LogCapture log;
 };
 
 TEST_F(TelemetrySessionTest, PrefersTheTapAndLogsWhatItChose) {

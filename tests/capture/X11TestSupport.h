@@ -7,6 +7,7 @@
 
 #include <QByteArray>
 
+#include <gtest/gtest.h>
 #include <sys/types.h>
 
 #include <chrono>
@@ -70,5 +71,32 @@ private:
 // Runs the main thread's event loop until `done` holds or the time is up.
 bool processEventsUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
 void processEventsFor(std::chrono::milliseconds duration);
+
+// A private X server of the given size for one suite and an XTest driver for each test; the tests skip
+// when Xvfb cannot be started.
+template <int Width, int Height>
+class XServerTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        QByteArray failure;
+        server = XvfbServer::start(Width, Height, &failure).release();
+        if (!server)
+            skipReason = failure;
+    }
+    static void TearDownTestSuite() {
+        delete server;
+        server = nullptr;
+    }
+    void SetUp() override {
+        if (!server)
+            GTEST_SKIP() << "no X server for the collector tests: " << skipReason.constData();
+        driver = std::make_unique<XTestDriver>(server->displayName());
+        ASSERT_TRUE(driver->isOpen());
+    }
+
+    static inline XvfbServer* server = nullptr;
+    static inline QByteArray skipReason;
+    std::unique_ptr<XTestDriver> driver;
+};
 
 } // namespace orvane::test
