@@ -1,5 +1,6 @@
 #include "MediaTestSupport.h"
 #include "common/AllocationCounter.h"
+#include "common/LogCapture.h"
 #include "media/AssetProbe.h"
 #include "media/AudioReader.h"
 #include "media/FrameReader.h"
@@ -38,13 +39,6 @@ std::vector<int> decodedFrameIndices(const QString& file, int frameCount) {
         indices.push_back(frameIndexOf((*f)->pixel(10, 10), frameCount));
     }
     return indices;
-}
-
-QtMessageHandler previousHandler = nullptr;
-QStringList* capturedLog = nullptr;
-void captureLog(QtMsgType, const QMessageLogContext&, const QString& message) {
-    if (capturedLog)
-        capturedLog->append(message);
 }
 
 } // namespace
@@ -268,14 +262,11 @@ TEST_F(MediaWriterTest, SessionStartTrimsEarlierSamplesAndAudioFollowsItsTimesta
 }
 
 TEST_F(MediaWriterTest, AskingForHardwareFallsBackToSoftwareWithALogLine) {
-    QStringList log;
-    capturedLog = &log;
-    previousHandler = qInstallMessageHandler(captureLog);
+    test::LogCapture capture;
     auto settings = smallVideoSettings();
     settings.video->preferHardware = true;
     auto writer = MediaWriter::create(path("hw.mov"), settings);
-    qInstallMessageHandler(previousHandler);
-    capturedLog = nullptr;
+    const QStringList log = capture.finish();
     ASSERT_TRUE(writer) << writer.error().description.toStdString();
     if ((*writer)->videoEncoderName() != QStringLiteral("libx264"))
         GTEST_SKIP() << "this machine has a working " << (*writer)->videoEncoderName().toStdString();

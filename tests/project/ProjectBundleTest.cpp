@@ -1,5 +1,6 @@
 #include "project/ProjectBundle.h"
 
+#include "common/LogCapture.h"
 #include "common/RandomProject.h"
 #include "support/Clock.h"
 
@@ -240,13 +241,9 @@ TEST_F(ProjectBundleTest, AFullDiskFailsTheSaveKeepsItDueAndAFlushRetries) {
     tiny.rlim_cur = 512;
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tiny), 0);
 
-    QStringList logged;
-    static QStringList* sink;
-    sink = &logged;
-    const auto previous =
-        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& m) { *sink << m; });
+    test::LogCapture log;
     bundle->update([](Project& p) { p.name = QStringLiteral("lost?"); });
-    qInstallMessageHandler(previous);
+    const QStringList logged = log.finish();
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
     std::signal(SIGXFSZ, previousHandler);
 

@@ -1,5 +1,6 @@
 #include "support/SerialExecutor.h"
 
+#include "common/LogCapture.h"
 #include "support/Log.h"
 #include "support/MainThread.h"
 
@@ -104,12 +105,9 @@ TEST(MainThread, QueuedCallsComeBackToTheMainThread) {
 }
 
 TEST(Log, LinesCarryTheirTag) {
-    static QStringList captured;
-    captured.clear();
-    const auto previous =
-        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& m) { captured << m; });
+    test::LogCapture capture;
     log::warning("ProjectBundle", QStringLiteral("save failed: disk full"));
-    qInstallMessageHandler(previous);
+    const QStringList captured = capture.finish();
     ASSERT_EQ(captured.size(), 1);
     EXPECT_EQ(captured[0], QStringLiteral("[ProjectBundle] save failed: disk full"));
 }
