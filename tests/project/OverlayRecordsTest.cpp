@@ -415,26 +415,6 @@ TEST(EffectRecords, DefaultsMatchTheirDocumentsAndEveryKeyIsRequired) {
                    ContentAwareZoomConfig::defaults());
 }
 
-TEST(EffectRecords, ChangedValuesRoundTrip) {
-    EXPECT_EQ(
-        jsonRoundTrip(KeystrokeOverlayStyle{40, 0.75, KeystrokeOverlayStyle::KeystrokePosition::topCenter}),
-        (KeystrokeOverlayStyle{40, 0.75, KeystrokeOverlayStyle::KeystrokePosition::topCenter}));
-    EXPECT_EQ(jsonRoundTrip(DepthOfFieldConfig{true, 0.3, 12.5, 0.4}),
-              (DepthOfFieldConfig{true, 0.3, 12.5, 0.4}));
-    EXPECT_EQ(jsonRoundTrip(ChromaticAberrationConfig{true, 7, false}),
-              (ChromaticAberrationConfig{true, 7, false}));
-    EXPECT_EQ(jsonRoundTrip(DynamicVignetteConfig{true, 0.9, 0.25, false}),
-              (DynamicVignetteConfig{true, 0.9, 0.25, false}));
-    EXPECT_EQ(jsonRoundTrip(FilmLookConfig{true, 0.5, 1, 0.3, 0.2}),
-              (FilmLookConfig{true, 0.5, 1, 0.3, 0.2}));
-    const CursorTrailConfig trail{true, 40, 2.5, RGBAColor{0.1, 0.2, 0.3, 0.4}, false, false};
-    EXPECT_EQ(jsonRoundTrip(trail), trail);
-    EXPECT_EQ(jsonRoundTrip(SpotlightConfig{true, 0.2, 0.8, 0, false}),
-              (SpotlightConfig{true, 0.2, 0.8, 0, false}));
-    EXPECT_EQ(jsonRoundTrip(ContentAwareZoomConfig{true, false, true, false, 3.5}),
-              (ContentAwareZoomConfig{true, false, true, false, 3.5}));
-}
-
 TEST(EffectRecords, WrongTypesFailEvenWhereTheValueWouldFit) {
     JsonObject trail = toJson(CursorTrailConfig::defaults()).toObject();
     trail.insert(QStringLiteral("trailLength"), 15.5);

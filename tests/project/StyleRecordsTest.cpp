@@ -150,40 +150,6 @@ TEST(StyleRecordsJson, CameraOverlayRequiresMirrorButNotBackgroundRemoval) {
     EXPECT_THROW(decode(unknownRemoval), JsonError);
 }
 
-TEST(StyleRecordsJson, NonDefaultRecordsRoundTripThroughText) {
-    FrameStyle frame;
-    frame.paddingFraction = 0.125;
-    frame.shadow = ShadowStyle::dramatic();
-    frame.chrome =
-        ChromeStyle::macOSWindow(QStringLiteral("Terminal — ~/src"), ChromeStyle::WindowTheme::auto_);
-    frame.innerBorderColor = RGBAColor{0.1, 0.2, 0.3, 1.0 / 3.0};
-    frame.perspective = PerspectiveStyle{true, -12.5, 7, 0.9};
-    EXPECT_EQ(jsonRoundTrip(frame), frame);
-
-    CursorStyle cursor;
-    cursor.isVisible = false;
-    cursor.shape = CursorShape::resizeDiagonal;
-    cursor.clickRipple = ClickRippleStyle::none();
-    cursor.spotlight = SpotlightStyle::subtle();
-    EXPECT_EQ(jsonRoundTrip(cursor), cursor);
-
-    CameraOverlay camera;
-    camera.position = {0.08, 0.5};
-    camera.shape = CameraOverlay::Shape::hexagon;
-    camera.deviceUniqueID = QStringLiteral("usb-0000:00:14.0-3");
-    camera.mirror = false;
-    camera.backgroundRemoval = CameraOverlay::BackgroundRemovalMode::blur;
-    EXPECT_EQ(jsonRoundTrip(camera), camera);
-
-    AutoZoomConfig zoom;
-    zoom.easing = EasingCurve::appleStandard();
-    zoom.composition = AutoZoomConfig::CompositionStyle::followWithLead;
-    zoom.maxZoomsPerMinute = 3;
-    EXPECT_EQ(jsonRoundTrip(zoom), zoom);
-
-    EXPECT_EQ(jsonRoundTrip(AudioConfig{0.5, 2, false, true}), (AudioConfig{0.5, 2, false, true}));
-}
-
 TEST(StyleRecordsJson, EnumerationStringsAreTheDocumentForms) {
     EXPECT_EQ(names<CursorShape>(), (Names{"arrow", "hand", "iBeam", "crosshair", "openHand", "closedHand",
                                            "resizeH", "resizeV", "resizeDiagonal", "wait"}));
