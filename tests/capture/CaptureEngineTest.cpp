@@ -96,7 +96,7 @@ protected:
             std::make_shared<ProjectBundle>(folder.filePath(QStringLiteral("Test.orvanescreen")), Project{});
         ASSERT_TRUE(bundle->ensureOnDisk());
     }
-    const QStringList& capturedLog() const { return log.lines(); }
+    QStringList capturedLog() const { return log.lines(); }
 
     std::unique_ptr<DemoWindow> openWindow(DemoWindow::Options options) {
         options.displayName = xserver->displayName();

@@ -18,7 +18,7 @@ namespace {
 
 class ManualZoomHotkeyTest : public test::XServerTest<1280, 720> {
 protected:
-    const QStringList& captured() const { return log.lines(); }
+    QStringList captured() const { return log.lines(); }
     test::LogCapture log;
 };
 

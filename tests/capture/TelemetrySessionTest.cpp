@@ -20,7 +20,7 @@ namespace {
 
 class TelemetrySessionTest : public test::XServerTest<800, 600> {
 protected:
-    const QStringList& captured() const { return log.lines(); }
+    QStringList captured() const { return log.lines(); }
 
     using Result = tl::expected<TelemetryRecording, QString>;
     static Result record(std::chrono::milliseconds duration, const QString& cursor, const QString& events,
