@@ -5,6 +5,7 @@
 #include "UndoManager.h"
 #include "capture/CaptureEngine.h"
 #include "capture/CaptureSource.h"
+#include "capture/pulse/SoundEffects.h"
 #include "export/ExportQueue.h"
 #include "project/ProjectBundle.h"
 #include "project/RecentProjectsStore.h"
@@ -166,6 +167,7 @@ public:
     // Where capture looks (X display, PulseAudio server) and how the engine encodes. The process's own
     // servers by default; tests point these at private ones.
     void setCaptureEnvironment(CaptureEnvironment environment) {
+        m_soundEffects.setServer(environment.pulseServer);
         m_captureEnvironment = std::move(environment);
     }
     const CaptureEnvironment& captureEnvironment() const { return m_captureEnvironment; }
@@ -223,6 +225,8 @@ private:
     QCoro::Task<void> importList(QStringList paths, bool audio);
     void bumpUndoStackVersion();
     void failStart(const QString& message);
+    // The start or stop sweep, when the user has not turned interface sounds off.
+    void playRecordingSound(bool starting);
     void appendRecording(const CaptureResult& result);
     QCoro::Task<void> apiStartCapture(CaptureSource source);
 
@@ -253,6 +257,7 @@ private:
     CaptureEnvironment m_captureEnvironment = CaptureEnvironment::fromSystem();
     CaptureEngine::Options m_captureOptions;
     std::chrono::milliseconds m_countdownTick{1000};
+    SoundEffects m_soundEffects;
     ExportQueueController m_exportQueueController{m_clock};
 };
 

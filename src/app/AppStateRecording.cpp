@@ -162,6 +162,7 @@ QCoro::Task<void> AppState::beginCapture() {
     }
     if (abandoned())
         co_return;
+    playRecordingSound(true);
 
     auto starting = engine->start(source, *bundle, m_includesMicrophone, m_includesSystemAudio);
     const auto started = co_await starting;
@@ -202,6 +203,15 @@ void AppState::failStart(const QString& message) {
     setLastError(std::move(error));
 }
 
+void AppState::playRecordingSound(bool starting) {
+    if (!m_defaults.boolean(QString::fromLatin1(SoundEffects::enabledKey), true))
+        return;
+    if (starting)
+        m_soundEffects.playStart();
+    else
+        m_soundEffects.playStop();
+}
+
 void AppState::cancelCountdown() {
     if (!m_recordingPhase.isCountingDown())
         return;
@@ -216,6 +226,7 @@ QCoro::Task<void> AppState::stopCapture() {
     // Our own reference: a start that races this stop can't take the engine away under us.
     const std::shared_ptr<CaptureEngine> engine = m_captureEngine;
     setRecordingPhase(RecordingPhase::stopping());
+    playRecordingSound(false);
 
     auto stopping = engine->stop();
     const auto stopped = co_await stopping;

@@ -2,6 +2,8 @@
 // PulseAudio daemon: real capture engines, real movies, real project folders.
 #include "app/AppState.h"
 #include "capture/CaptureTestSupport.h"
+#include "capture/pulse/PulseRecorder.h"
+#include "capture/pulse/SoundEffects.h"
 #include "media/AssetProbe.h"
 #include "support/Clock.h"
 #include "support/UserDefaults.h"
@@ -12,6 +14,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
+#include <atomic>
 #include <csignal>
 
 using namespace orvane;
@@ -244,6 +247,61 @@ TEST_F(RecordingFlowTest, TheAutomationStartHasNoCountdownAndMakesItsOwnProject)
     test::processEventsUntil([] { return false; }, 200ms);
     EXPECT_EQ(replies, 1);
     EXPECT_EQ(m_app.currentBundle()->project().timeline.clips.size(), 1u);
+}
+
+TEST_F(RecordingFlowTest, StartAndStopAreHeardUnlessCancelledOrTurnedOff) {
+    discover();
+    std::atomic<int> loud{0};
+    PulseRecorder speakers(PulseRecorder::Device::systemAudio, pulse->serverString(), "test.listen",
+                           [&](std::span<const float> samples, MediaTime) {
+                               loud += int(std::count_if(samples.begin(), samples.end(),
+                                                         [](float v) { return std::abs(v) > 0.1f; }));
+                           });
+    ASSERT_TRUE(speakers.start(5s).has_value());
+    // An idle null sink passes sound to a new listener only after a while: wake it first.
+    SoundEffects wake(pulse->serverString());
+    for (int attempt = 0; attempt < 30 && loud == 0; ++attempt) {
+        auto playing = wake.playStart();
+        playing.waitForFinished();
+        test::processEventsUntil([&] { return loud > 0; }, 100ms);
+    }
+    ASSERT_GT(loud.load(), 0) << "the private sink never passed sound on";
+    const auto heardWithin = [&](std::chrono::milliseconds wait) {
+        return test::processEventsUntil([&] { return loud > 0; }, wait);
+    };
+
+    // A countdown that is cancelled plays nothing.
+    m_app.setCountdownTick(300ms);
+    loud = 0;
+    m_app.beginCapture();
+    ASSERT_TRUE(test::processEventsUntil(
+        [&] { return m_app.recordingPhase() == RecordingPhase::countingDown(2); }, 5s));
+    m_app.cancelCountdown();
+    EXPECT_FALSE(heardWithin(1200ms));
+
+    m_app.setCountdownTick(60ms);
+    loud = 0;
+    m_app.beginCapture();
+    ASSERT_TRUE(waitForPhase(&RecordingPhase::isRecording));
+    EXPECT_TRUE(heardWithin(2s)) << "no start sound";
+    test::processEventsUntil([] { return false; }, 300ms);
+    loud = 0;
+    m_app.stopCapture();
+    EXPECT_TRUE(heardWithin(2s)) << "no stop sound";
+    ASSERT_TRUE(waitForPhase(&RecordingPhase::isIdle));
+
+    m_defaults.setValue(QString::fromLatin1(SoundEffects::enabledKey), false);
+    // Let the stop sound die away before listening for silence.
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        loud = 0;
+        if (!heardWithin(300ms))
+            break;
+    }
+    m_app.beginCapture();
+    ASSERT_TRUE(waitForPhase(&RecordingPhase::isRecording));
+    m_app.stopCapture();
+    ASSERT_TRUE(waitForPhase(&RecordingPhase::isIdle));
+    EXPECT_FALSE(heardWithin(500ms));
 }
 
 namespace {
