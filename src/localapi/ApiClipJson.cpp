@@ -143,4 +143,10 @@ JsonObject clipDetailJson(const Clip& clip) {
     return detail;
 }
 
+const Clip* lastClip(const std::shared_ptr<ProjectBundle>& bundle) {
+    if (!bundle || bundle->project().timeline.clips.empty())
+        return nullptr;
+    return &bundle->project().timeline.clips.back();
+}
+
 } // namespace orvane

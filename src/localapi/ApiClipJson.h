@@ -2,6 +2,9 @@
 
 #include "project/Clip.h"
 #include "project/JsonValue.h"
+#include "project/ProjectBundle.h"
+
+#include <memory>
 
 namespace orvane {
 
@@ -10,5 +13,8 @@ JsonObject clipSummaryJson(const Clip& clip);
 JsonObject clipDetailJson(const Clip& clip);
 // Seconds as the API reports them: two decimal places.
 double roundedSeconds(double seconds);
+
+// The clip an import or a recording has just appended: the timeline's last; none without a project or clips.
+const Clip* lastClip(const std::shared_ptr<ProjectBundle>& bundle);
 
 } // namespace orvane

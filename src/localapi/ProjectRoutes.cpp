@@ -137,9 +137,7 @@ void handleImport(const ApiCall& call, bool audio) {
                 co_return ApiResponse::error(503, QStringLiteral("App not available"));
 
             const auto bundle = current->currentBundle();
-            const Clip* last = bundle && !bundle->project().timeline.clips.empty()
-                                   ? &bundle->project().timeline.clips.back()
-                                   : nullptr;
+            const Clip* last = lastClip(bundle);
             JsonObject answer{{"clipId", last ? uuidString(last->id) : QString()},
                               {"clipName", last ? last->name : QString()}};
             if (!audio)

@@ -120,9 +120,7 @@ void handleRecordingStop(const ApiCall& call) {
             co_return ApiResponse::error(503, QStringLiteral("App not available"));
 
         const auto bundle = current->currentBundle();
-        const Clip* last = bundle && !bundle->project().timeline.clips.empty()
-                               ? &bundle->project().timeline.clips.back()
-                               : nullptr;
+        const Clip* last = lastClip(bundle);
         co_return ApiResponse::ok(
             {{"clipCount", bundle ? int(bundle->project().timeline.clips.size()) : 0},
              {"clipId", last ? uuidString(last->id) : QString()},
