@@ -4,6 +4,7 @@
 // plain libyuv bilinear scale of the source to the picture's size (what the picture alone would cost
 // without crop, mask or blend). Counters: heap allocations and new pixel buffers per frame in steady
 // state, and cache hit rates after the first frame of a still zoom.
+#include "GuiApplication.h"
 #include "common/AllocationCounter.h"
 #include "rendering/Compositor.h"
 #include "rendering/DemoSource.h"
@@ -24,17 +25,6 @@ namespace {
 constexpr Size canvasSize{1920, 1080};
 constexpr int loopFrames = 120; // two seconds at 60 a second, replayed
 
-// Chrome titles and cursor drawing use QPainter; fonts want a GUI application object.
-void ensureApplication() {
-    if (QCoreApplication::instance())
-        return;
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    static int argc = 1;
-    static char name[] = "orvane-bench";
-    static char* argv[] = {name, nullptr};
-    static QGuiApplication app(argc, argv);
-}
-
 // The demo clip with its zoom replaced by one that never rests: in, out, and in again over the loop, so
 // every frame of the loop has its own zoom rectangle.
 Clip movingZoomClip(Size source) {
@@ -52,7 +42,7 @@ ProjectTime loopTime(std::int64_t frame) {
 }
 
 void composeLoop(benchmark::State& state, int sourceWidth, int sourceHeight) {
-    ensureApplication();
+    bench::ensureGuiApplication();
     const Size source{double(sourceWidth), double(sourceHeight)};
     const Image picture = DemoSource::image(sourceWidth, sourceHeight);
     const Clip clip = movingZoomClip(source);
@@ -94,7 +84,7 @@ BENCHMARK(BM_ComposeFrame_4KSource)
 
 // A still zoom: after the first frame, background, mask and shadow should all come from their caches.
 void BM_ComposeFrame_StillZoomCacheHits(benchmark::State& state) {
-    ensureApplication();
+    bench::ensureGuiApplication();
     const Size source{1920, 1080};
     const Image picture = DemoSource::image(1920, 1080);
     Clip clip = DemoSource::clip(source);
@@ -125,7 +115,7 @@ BENCHMARK(BM_ComposeFrame_StillZoomCacheHits)->Unit(benchmark::kMillisecond);
 // The other looks from a 1080p source, for comparison with the default: 0 blurred extension, 1 window
 // bar, 2 phone frame, 3 perspective tilt, 4 camera bubble.
 void BM_ComposeFrame_OtherLooks(benchmark::State& state) {
-    ensureApplication();
+    bench::ensureGuiApplication();
     const Size source{1920, 1080};
     const Image picture = DemoSource::image(1920, 1080);
     Clip clip = movingZoomClip(source);

@@ -4,6 +4,7 @@
 // one after the other, so both see the same machine. Counters: frames per second of each, their ratio,
 // the export thread's own CPU time and heap allocations per frame (opening the files included), and the
 // process's peak resident memory after the first export (before the composed frames are held).
+#include "GuiApplication.h"
 #include "common/AllocationCounter.h"
 #include "export/Exporter.h"
 #include "media/FrameReader.h"
@@ -29,16 +30,6 @@ using namespace orvane;
 namespace {
 
 constexpr int movieFrames = 300;
-
-void ensureGuiApplication() {
-    if (QCoreApplication::instance())
-        return;
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    static int argc = 1;
-    static char name[] = "orvane-bench";
-    static char* argv[] = {name, nullptr};
-    static QGuiApplication app(argc, argv);
-}
 
 double threadCpuSeconds() {
     timespec t{};
@@ -130,7 +121,7 @@ double encodeOnlyFps(const std::vector<VideoFrame>& frames, const ExportConfigur
 }
 
 void BM_ExportWeb1080H264_VsEncodeOnly(benchmark::State& state) {
-    ensureGuiApplication();
+    bench::ensureGuiApplication();
     SampleBundle bundle;
     if (!bundle.ok) {
         state.SkipWithError("the gradient movie could not be written");
