@@ -193,6 +193,10 @@ public:
     QCoro::Task<void> recordOnboardingSample();
     // The automation start: no countdown, no lastError; the outcome shows in isRecording.
     void apiBeginCaptureNoCountdown();
+    // What the current (or last) recording started without, such as its sound.
+    QStringList recordingWarnings() const {
+        return m_captureEngine ? m_captureEngine->warnings() : QStringList();
+    }
     QCoro::Task<void> apiRefreshSources();
 
     // ---- termination --------------------------------------------------------------------------------

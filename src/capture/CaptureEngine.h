@@ -12,6 +12,7 @@
 
 #include <QCoro/QCoroTask>
 #include <QDateTime>
+#include <QStringList>
 
 #include <tl/expected.hpp>
 
@@ -94,6 +95,9 @@ public:
     const std::optional<QString>& videoURL() const { return m_videoURL; }
     // The counts of the recording under way, or of the last one once it stopped.
     Statistics statistics() const;
+    // What the last start gave up on without failing, in the words the user sees ("Recording without
+    // sound: <reason>"); cleared by the next start.
+    const QStringList& warnings() const { return m_warnings; }
 
 private:
     enum class State { idle, starting, running, stopping };
@@ -113,6 +117,7 @@ private:
     std::shared_ptr<CaptureStream> m_stream;
     std::unique_ptr<TelemetrySession> m_telemetry;
     std::optional<Statistics> m_lastStatistics;
+    QStringList m_warnings;
 
     std::optional<QString> m_videoURL, m_audioURL, m_cursorURL, m_eventsURL, m_cameraURL;
     std::optional<QString> m_videoRelative, m_audioRelative, m_cursorRelative, m_eventsRelative,

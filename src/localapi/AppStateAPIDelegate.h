@@ -30,6 +30,7 @@ public:
     void setIncludesCamera(bool on) override { m_app.setIncludesCamera(on); }
     QCoro::Task<void> apiRefreshSources() override { return m_app.apiRefreshSources(); }
     void apiBeginCaptureNoCountdown() override { m_app.apiBeginCaptureNoCountdown(); }
+    QStringList recordingWarnings() const override { return m_app.recordingWarnings(); }
     QCoro::Task<void> stopCapture() override { return m_app.stopCapture(); }
 
     tl::expected<std::shared_ptr<ProjectBundle>, Error> createProject(const QString& name, int width,

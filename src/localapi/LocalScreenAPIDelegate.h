@@ -42,6 +42,8 @@ public:
     // Starts capturing the selected source without a countdown and returns at once; whether it started
     // shows later in isRecording.
     virtual void apiBeginCaptureNoCountdown() = 0;
+    // What the recording under way (or the last one) started without, such as its sound.
+    virtual QStringList recordingWarnings() const = 0;
     // Stops the recording and appends it to the open project as its last clip.
     virtual QCoro::Task<void> stopCapture() = 0;
 

@@ -250,11 +250,13 @@ ClipMediaPaths ProjectBundle::newClipMediaPaths(const QUuid& id) const {
     paths.cursorRelative = stem + QStringLiteral("-cursor.json");
     paths.eventsRelative = stem + QStringLiteral("-events.json");
     paths.cameraRelative = stem + QStringLiteral("-camera.mov");
+    paths.telemetryJournalRelative = stem + QStringLiteral("-telemetry.jsonl");
     paths.videoPath = mediaPath(paths.videoRelative);
     paths.audioPath = mediaPath(paths.audioRelative);
     paths.cursorPath = mediaPath(paths.cursorRelative);
     paths.eventsPath = mediaPath(paths.eventsRelative);
     paths.cameraPath = mediaPath(paths.cameraRelative);
+    paths.telemetryJournalPath = mediaPath(paths.telemetryJournalRelative);
     return paths;
 }
 

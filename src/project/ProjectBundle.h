@@ -21,6 +21,9 @@ namespace orvane {
 struct ClipMediaPaths {
     QString videoRelative, audioRelative, cursorRelative, eventsRelative, cameraRelative;
     QString videoPath, audioPath, cursorPath, eventsPath, cameraPath;
+    // The telemetry as it is collected, append-only; it becomes the cursor and event files at the stop
+    // and is what a recovery reads when the process died before that.
+    QString telemetryJournalRelative, telemetryJournalPath;
 
     bool operator==(const ClipMediaPaths&) const = default;
 };
