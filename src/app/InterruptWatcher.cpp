@@ -29,15 +29,15 @@ InterruptWatcher::InterruptWatcher(std::function<void()> onInterrupt)
         }
         m_onInterrupt();
     });
-    std::signal(SIGINT, onSignal);
-    std::signal(SIGTERM, onSignal);
+    for (int signal : {SIGINT, SIGTERM, SIGHUP})
+        std::signal(signal, onSignal);
 }
 
 InterruptWatcher::~InterruptWatcher() {
     if (!m_notifier)
         return;
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
+    for (int signal : {SIGINT, SIGTERM, SIGHUP})
+        std::signal(signal, SIG_DFL);
     m_notifier.reset();
     ::close(interruptPipe[0]);
     ::close(interruptPipe[1]);

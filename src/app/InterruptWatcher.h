@@ -8,9 +8,9 @@
 
 namespace orvane {
 
-// Turns Ctrl-C and SIGTERM into a call on the main thread for as long as it lives, so that a long command
-// can end its work cleanly instead of dying mid-file. The signal handler only writes a byte to a pipe;
-// everything else happens in the event loop. One watcher at a time.
+// Turns Ctrl-C, SIGTERM and SIGHUP (a closed terminal) into a call on the main thread for as long as it
+// lives, so that a long command can end its work cleanly instead of dying mid-file. The signal handler only
+// writes a byte to a pipe; everything else happens in the event loop. One watcher at a time.
 class InterruptWatcher {
 public:
     explicit InterruptWatcher(std::function<void()> onInterrupt);

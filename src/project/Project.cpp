@@ -61,4 +61,20 @@ tl::expected<Project, JsonError> decodeProject(const QByteArray& bytes) {
     }
 }
 
+Clip Project::makeClip(const QString& name, ProjectTime duration, Size sourceSize) const {
+    Clip clip;
+    clip.id = QUuid::createUuid();
+    clip.name = name;
+    clip.sourceIn = ProjectTime::zero();
+    clip.sourceOut = duration;
+    clip.timelineStart = timeline.duration();
+    clip.sourceSize = sourceSize;
+    clip.speed = 1.0;
+    clip.background = defaultBackground;
+    clip.frame = defaultFrame;
+    clip.cursor = defaultCursor;
+    clip.autoZoom = defaultAutoZoom;
+    return clip;
+}
+
 } // namespace orvane

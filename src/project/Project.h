@@ -38,6 +38,11 @@ struct Project {
     AutoZoomConfig defaultAutoZoom = AutoZoomConfig::defaults();
     QString notes;
 
+    // A new clip that follows everything on the timeline and wears the project's default looks
+    // (background, frame, cursor, auto-zoom), playing its source from the start at normal speed for
+    // `duration`. The caller places it on a track and adds what is its own: audio, camera, overlays.
+    Clip makeClip(const QString& name, ProjectTime duration, Size sourceSize) const;
+
     // Refreshes modifiedAt.
     void touch() { modifiedAt = nowAtWholeSeconds(); }
 
