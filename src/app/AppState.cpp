@@ -83,6 +83,45 @@ void AppState::setIsImporting(bool importing) {
     Q_EMIT isImportingChanged();
 }
 
+void AppState::setIncludesMicrophone(bool on) {
+    if (std::exchange(m_includesMicrophone, on) != on)
+        Q_EMIT includesChanged();
+}
+
+void AppState::setIncludesSystemAudio(bool on) {
+    if (std::exchange(m_includesSystemAudio, on) != on)
+        Q_EMIT includesChanged();
+}
+
+void AppState::setIncludesCamera(bool on) {
+    if (std::exchange(m_includesCamera, on) != on)
+        Q_EMIT includesChanged();
+}
+
+void AppState::setAvailableSources(std::vector<CaptureSource> sources) {
+    if (sources == m_availableSources)
+        return;
+    m_availableSources = std::move(sources);
+    Q_EMIT availableSourcesChanged();
+}
+
+void AppState::setSelectedSourceID(const QString& id) {
+    if (id == m_selectedSourceID)
+        return;
+    m_selectedSourceID = id;
+    Q_EMIT selectedSourceIDChanged();
+}
+
+void AppState::setCurrentBundle(std::shared_ptr<ProjectBundle> bundle) {
+    if (bundle == m_currentBundle)
+        return;
+    // Steps hold whole projects of the project they were made in; they must not reach another one.
+    if (m_currentBundle)
+        m_undoManager.removeAllActions();
+    m_currentBundle = std::move(bundle);
+    Q_EMIT currentBundleChanged();
+}
+
 void AppState::requestSaveAcknowledgement() {
     ++m_saveAcknowledgementNonce;
     Q_EMIT saveAcknowledgementNonceChanged();
@@ -109,8 +148,8 @@ void AppState::setRecordingsRootDirectory(const QString& path) {
 AppState::TerminateReply AppState::applicationShouldTerminate(std::function<void(bool)> reply) {
     if (m_currentBundle)
         (void)m_currentBundle->flushPendingSave(); // an error here must not hold up quitting
-    // A countdown has nothing to keep yet.
-    cancelCountdown();
+    // A countdown counts as recording here: its stop finds no started engine and ends at once, and the
+    // countdown, no longer counting, never starts one.
     if (!isRecording())
         return TerminateReply::now;
 

@@ -1,11 +1,14 @@
 #pragma once
 
 #include "AppTypes.h"
+#include "ExportController.h"
+#include "ImportController.h"
 #include "ImportError.h"
+#include "ProjectController.h"
+#include "RecordingController.h"
 #include "UndoManager.h"
 #include "capture/CaptureEngine.h"
 #include "capture/CaptureSource.h"
-#include "capture/pulse/SoundEffects.h"
 #include "export/ExportQueue.h"
 #include "project/ProjectBundle.h"
 #include "project/RecentProjectsStore.h"
@@ -28,7 +31,9 @@
 namespace orvane {
 
 // The one application object. Every door (views, menus, the agent, the loopback API, the command line)
-// acts through it. Main thread only; observers hear of every change through the signals below.
+// acts through it. It holds the observable state; the work of recording, importing, exporting and
+// opening projects lies in one controller each, to which the operations below forward. Main thread
+// only; observers hear of every change through the signals below.
 class AppState : public QObject {
     Q_OBJECT
 public:
@@ -76,7 +81,7 @@ public:
     const QString& selectedSourceID() const { return m_selectedSourceID; }
     void setSelectedSourceID(const QString& id);
     // The engine of the recording being started, running or stopped; absent otherwise.
-    const std::shared_ptr<CaptureEngine>& captureEngine() const { return m_captureEngine; }
+    const std::shared_ptr<CaptureEngine>& captureEngine() const { return m_recording.captureEngine(); }
 
     // Request counters: raised by one to ask a view for a one-shot reaction.
     int saveAcknowledgementNonce() const { return m_saveAcknowledgementNonce; }
@@ -97,15 +102,27 @@ public:
 
     // ---- projects -----------------------------------------------------------------------------------
     tl::expected<std::shared_ptr<ProjectBundle>, Error> createProject(const QString& name, int width,
-                                                                      int height, int frameRate);
+                                                                      int height, int frameRate) {
+        return m_projects.createProject(name, width, height, frameRate);
+    }
     // The open project, or a new "Recording <date>" one for a recording or an import to land in.
-    tl::expected<std::shared_ptr<ProjectBundle>, Error> ensureBundle();
-    // On failure sets lastError with "Browse…" and "Open in Finder" and keeps the current project.
-    bool openProject(const QString& path);
+    tl::expected<std::shared_ptr<ProjectBundle>, Error> ensureBundle() { return m_projects.ensureBundle(); }
+    // On failure sets lastError with "Browse…" and "Open in Finder" and keeps the current project. A
+    // project holding recordings that no clip refers to opens with an offer to recover them.
+    bool openProject(const QString& path) { return m_projects.openProject(path); }
     // What the Browse action runs; the desktop build shows the open panel here.
-    void setOpenPanelHandler(std::function<void()> handler) { m_openPanelHandler = std::move(handler); }
-    void openProject();
-    static QString filteredProjectName(const QString& name);
+    void setOpenPanelHandler(std::function<void()> handler) {
+        m_projects.setOpenPanelHandler(std::move(handler));
+    }
+    void openProject() { m_projects.openProject(); }
+    static QString filteredProjectName(const QString& name) {
+        return ProjectController::filteredProjectName(name);
+    }
+    // Brings back, as clips, the recordings of the open project that a crash kept from their stop; how
+    // many came back.
+    QCoro::Task<int> recoverRecordings() { return m_projects.recoverRecordings(); }
+    // Replaces the open project; the projects controller's, and the undo stack goes with the old one.
+    void setCurrentBundle(std::shared_ptr<ProjectBundle> bundle);
 
     // ---- export -------------------------------------------------------------------------------------
     ExportQueue& exportQueue() { return m_exportQueue; }
@@ -113,29 +130,43 @@ public:
     // Enqueues the open project and answers at once with the file the job will write. Preset and codec
     // are loose texts ("4k", "vertical", "hevc", "ProRes", ...); anything unknown means web1080 and H.264.
     tl::expected<QString, Error> apiExport(const QString& preset, const QString& codec,
-                                           const std::optional<QString>& outputPath);
+                                           const std::optional<QString>& outputPath) {
+        return m_export.apiExport(preset, codec, outputPath);
+    }
 
     // ---- import and the sample project --------------------------------------------------------------
-    static const QStringList& supportedVideoExtensions(); // "mov", "mp4", "m4v", "mkv"
-    static const QStringList& supportedAudioExtensions(); // "mp3", "m4a", "wav", "aiff", "aif", "flac"
+    static const QStringList& supportedVideoExtensions() { // "mov", "mp4", "m4v", "mkv"
+        return ImportController::supportedVideoExtensions();
+    }
+    static const QStringList& supportedAudioExtensions() { // "mp3", "m4a", "wav", "aiff", "aif", "flac"
+        return ImportController::supportedAudioExtensions();
+    }
     // Copies one file into the project's media folder and appends a clip after everything on the
     // timeline; makes a project first when none is open. Reading and copying happen off the main thread.
-    QCoro::Task<tl::expected<void, ImportError>> importVideo(QString path);
-    QCoro::Task<tl::expected<void, ImportError>> importAudio(QString path);
+    QCoro::Task<tl::expected<void, ImportError>> importVideo(QString path) {
+        return m_import.importVideo(std::move(path));
+    }
+    QCoro::Task<tl::expected<void, ImportError>> importAudio(QString path) {
+        return m_import.importAudio(std::move(path));
+    }
     // In order, one at a time; the first failure ends the list and goes to lastError.
-    QCoro::Task<void> importVideos(QStringList paths);
-    QCoro::Task<void> importAudios(QStringList paths);
-    AppError makeImportError(const QString& path, const ImportError& error, bool isAudio);
+    QCoro::Task<void> importVideos(QStringList paths) { return m_import.importVideos(std::move(paths)); }
+    QCoro::Task<void> importAudios(QStringList paths) { return m_import.importAudios(std::move(paths)); }
+    AppError makeImportError(const QString& path, const ImportError& error, bool isAudio) {
+        return m_import.makeImportError(path, error, isAudio);
+    }
     // What "Choose a different file" runs; the desktop build shows the import panels here.
     void setImportPanelHandler(std::function<void(bool audio)> handler) {
-        m_importPanelHandler = std::move(handler);
+        m_import.setImportPanelHandler(std::move(handler));
     }
 
     // Movies/Orvane Screen/Sample.orvanescreen, made on first use and opened.
-    static QString sampleProjectDirectory();
-    QCoro::Task<void> openSampleProject();
+    static QString sampleProjectDirectory() { return ProjectController::sampleProjectDirectory(); }
+    QCoro::Task<void> openSampleProject() { return m_projects.openSampleProject(); }
     // The welcome project: a ten-second gradient movie with two titles and three captions.
-    static QCoro::Task<tl::expected<void, Error>> materializeSampleProject(QString folder);
+    static QCoro::Task<tl::expected<void, Error>> materializeSampleProject(QString folder) {
+        return ProjectController::materializeSampleProject(std::move(folder));
+    }
 
     // ---- edits and undo -----------------------------------------------------------------------------
     // Mutates the open project now, saves, and registers one undo step named `name`. A mutation that
@@ -164,40 +195,40 @@ public:
     void setLocalAPIServer(std::unique_ptr<QObject> server) { m_localAPIServer = std::move(server); }
 
     // ---- recording ----------------------------------------------------------------------------------
+    RecordingController& recording() { return m_recording; }
     // Where capture looks (X display, PulseAudio server) and how the engine encodes. The process's own
     // servers by default; tests point these at private ones.
     void setCaptureEnvironment(CaptureEnvironment environment) {
-        m_soundEffects.setServer(environment.pulseServer);
-        m_captureEnvironment = std::move(environment);
+        m_recording.setCaptureEnvironment(std::move(environment));
     }
-    const CaptureEnvironment& captureEnvironment() const { return m_captureEnvironment; }
-    void setCaptureEngineOptions(CaptureEngine::Options options) { m_captureOptions = std::move(options); }
+    const CaptureEnvironment& captureEnvironment() const { return m_recording.captureEnvironment(); }
+    void setCaptureEngineOptions(CaptureEngine::Options options) {
+        m_recording.setCaptureEngineOptions(std::move(options));
+    }
     // One countdown step; a second unless a test shortens it.
-    void setCountdownTick(std::chrono::milliseconds tick) { m_countdownTick = tick; }
-    static constexpr int countdownSeconds = 3;
+    void setCountdownTick(std::chrono::milliseconds tick) { m_recording.setCountdownTick(tick); }
+    static constexpr int countdownSeconds = RecordingController::countdownSeconds;
 
     // Reads the permissions off the system into `permissions`.
-    QCoro::Task<void> refreshPermissions();
+    QCoro::Task<void> refreshPermissions() { return m_recording.refreshPermissions(); }
     // What start-up and every activation run: the permissions, then the sources (empty when discovery
     // fails, without an error).
-    QCoro::Task<void> checkPermissionsOnLaunch();
+    QCoro::Task<void> checkPermissionsOnLaunch() { return m_recording.checkPermissionsOnLaunch(); }
     // Discovers the sources into `availableSources`; a failure leaves the list empty and comes back.
-    QCoro::Task<tl::expected<void, Error>> refreshSources();
+    QCoro::Task<tl::expected<void, Error>> refreshSources() { return m_recording.refreshSources(); }
     // The full start: countdown, engine start; failures go to lastError with their recovery actions.
-    QCoro::Task<void> beginCapture();
-    void cancelCountdown();
+    QCoro::Task<void> beginCapture() { return m_recording.beginCapture(); }
+    void cancelCountdown() { m_recording.cancelCountdown(); }
     // Stops the engine and appends the recording to the open project as a new clip.
-    QCoro::Task<void> stopCapture();
+    QCoro::Task<void> stopCapture() { return m_recording.stopCapture(); }
     // The first-run sample: records the first display for about five seconds, or opens the sample
     // project when recording isn't possible.
-    QCoro::Task<void> recordOnboardingSample();
+    QCoro::Task<void> recordOnboardingSample() { return m_recording.recordOnboardingSample(); }
     // The automation start: no countdown, no lastError; the outcome shows in isRecording.
-    void apiBeginCaptureNoCountdown();
+    void apiBeginCaptureNoCountdown() { m_recording.apiBeginCaptureNoCountdown(); }
+    QCoro::Task<void> apiRefreshSources() { return m_recording.apiRefreshSources(); }
     // What the current (or last) recording started without, such as its sound.
-    QStringList recordingWarnings() const {
-        return m_captureEngine ? m_captureEngine->warnings() : QStringList();
-    }
-    QCoro::Task<void> apiRefreshSources();
+    QStringList recordingWarnings() const { return m_recording.warnings(); }
 
     // ---- termination --------------------------------------------------------------------------------
     enum class TerminateReply { now, later };
@@ -220,19 +251,10 @@ Q_SIGNALS:
     void includesChanged();
 
 private:
-    void setCurrentBundle(std::shared_ptr<ProjectBundle> bundle);
     void applyProjectSnapshot(const Project& snapshot, const Project& redoSnapshot, const QString& name,
                               const QUuid& projectID);
     void registerSnapshotStep(const Project& before, const Project& after, const QString& name);
-    tl::expected<std::shared_ptr<ProjectBundle>, Error> makeBundle(const QString& folder, Project project);
-    QCoro::Task<tl::expected<void, ImportError>> importFile(QString path, bool audio);
-    QCoro::Task<void> importList(QStringList paths, bool audio);
     void bumpUndoStackVersion();
-    void failStart(const QString& message);
-    // The start or stop sweep, when the user has not turned interface sounds off.
-    void playRecordingSound(bool starting);
-    void appendRecording(const CaptureResult& result);
-    QCoro::Task<void> apiStartCapture(CaptureSource source);
 
     UserDefaults& m_defaults;
     RecentProjectsStore& m_recents;
@@ -251,18 +273,16 @@ private:
     bool m_isExporting = false;
     bool m_isImporting = false;
     int m_saveAcknowledgementNonce = 0;
-    std::function<void()> m_openPanelHandler;
     std::unique_ptr<QObject> m_localAPIServer;
-    std::function<void(bool)> m_importPanelHandler;
     ExportQueue m_exportQueue;
     std::vector<CaptureSource> m_availableSources;
     QString m_selectedSourceID;
-    std::shared_ptr<CaptureEngine> m_captureEngine;
-    CaptureEnvironment m_captureEnvironment = CaptureEnvironment::fromSystem();
-    CaptureEngine::Options m_captureOptions;
-    std::chrono::milliseconds m_countdownTick{1000};
-    SoundEffects m_soundEffects;
     ExportQueueController m_exportQueueController{m_clock};
+    // The controllers come last: they are made with the state above and go first.
+    ProjectController m_projects{*this, m_recents, m_clock};
+    RecordingController m_recording{*this, m_defaults, m_clock};
+    ImportController m_import{*this};
+    ExportController m_export{*this, m_exportQueue};
 };
 
 } // namespace orvane

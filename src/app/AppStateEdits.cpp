@@ -1,4 +1,6 @@
+// Edits with their undo steps, and the edits of automation that register none.
 #include "AppState.h"
+#include "direction/AutoZoomEngine.h"
 
 #include <exception>
 
@@ -71,6 +73,27 @@ QString AppState::undoTitle() const {
 QString AppState::redoTitle() const {
     const QString name = m_undoManager.redoActionName();
     return !m_undoManager.canRedo() || name.isEmpty() ? tr("Redo") : tr("Redo") + u' ' + name;
+}
+
+QCoro::Task<tl::expected<int, Error>> AppState::apiGenerateAutoZoom(QUuid clipID) {
+    if (!m_currentBundle)
+        co_return tl::unexpected(apiError(QStringLiteral("No project open")));
+    const Clip* clip = m_currentBundle->project().timeline.clip(clipID);
+    if (!clip)
+        co_return tl::unexpected(apiError(QStringLiteral("Clip not found: %1").arg(uuidString(clipID))));
+
+    // The engine reads the clip's files on its own executor; the project may change meanwhile, so the
+    // result goes to the clip with that id in the bundle the run started on.
+    const std::shared_ptr<ProjectBundle> bundle = m_currentBundle;
+    AutoZoomEngine engine;
+    auto generating = engine.generate(*clip, *bundle);
+    const KeyframeTrack<NormalizedRect> track = co_await generating;
+    bundle->update([&](Project& p) {
+        for (Clip& c : p.timeline.clips)
+            if (c.id == clipID)
+                c.zoomTrack = track;
+    });
+    co_return int(track.count());
 }
 
 } // namespace orvane

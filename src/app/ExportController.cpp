@@ -1,16 +1,32 @@
+#include "ExportController.h"
+
 #include "AppState.h"
+#include "export/ExportQueue.h"
 
 #include <QDir>
 #include <QFileInfo>
 
 namespace orvane {
 
-tl::expected<QString, Error> AppState::apiExport(const QString& presetText, const QString& codecText,
-                                                 const std::optional<QString>& outputPath) {
-    if (!m_currentBundle)
-        return tl::unexpected(apiError(QStringLiteral("No project open")));
-    if (m_currentBundle->project().timeline.clips.empty())
-        return tl::unexpected(apiError(QStringLiteral("Project has no clips to export")));
+ExportController::ExportController(AppState& app, ExportQueue& queue)
+    : m_app(app)
+    , m_queue(queue) {
+    connect(&m_queue, &ExportQueue::jobsChanged, this, &ExportController::followQueue);
+}
+
+void ExportController::followQueue() {
+    // A job queued from the export sheet, the command line or automation all count: while any runs,
+    // starting a recording or another automated export is refused.
+    m_app.setIsExporting(m_queue.runningJob() != nullptr);
+}
+
+tl::expected<QString, Error> ExportController::apiExport(const QString& presetText, const QString& codecText,
+                                                         const std::optional<QString>& outputPath) {
+    const std::shared_ptr<ProjectBundle>& bundle = m_app.currentBundle();
+    if (!bundle)
+        return tl::unexpected(AppState::apiError(QStringLiteral("No project open")));
+    if (bundle->project().timeline.clips.empty())
+        return tl::unexpected(AppState::apiError(QStringLiteral("Project has no clips to export")));
 
     ExportConfiguration config;
     using P = ExportConfiguration::Preset;
@@ -42,13 +58,13 @@ tl::expected<QString, Error> AppState::apiExport(const QString& presetText, cons
         config.container = ExportConfiguration::Container::gif;
     config.includeAudio = !gif;
 
-    config.outputPath = outputPath && !outputPath->isEmpty()
-                            ? *outputPath
-                            : QDir(m_currentBundle->exportDirectory())
-                                  .filePath(m_currentBundle->project().name + QStringLiteral("-export.") +
-                                            config.fileExtension());
+    config.outputPath =
+        outputPath && !outputPath->isEmpty()
+            ? *outputPath
+            : QDir(bundle->exportDirectory())
+                  .filePath(bundle->project().name + QStringLiteral("-export.") + config.fileExtension());
     QDir().mkpath(QFileInfo(config.outputPath).absolutePath());
-    m_exportQueue.enqueue(m_currentBundle, config);
+    m_queue.enqueue(bundle, config);
     return config.outputPath;
 }
 
