@@ -105,6 +105,10 @@ public:
                                                                       int height, int frameRate) {
         return m_projects.createProject(name, width, height, frameRate);
     }
+    tl::expected<std::shared_ptr<ProjectBundle>, Error>
+    createProjectAt(const QString& folder, int width = 1920, int height = 1080, int frameRate = 60) {
+        return m_projects.createProjectAt(folder, width, height, frameRate);
+    }
     // The open project, or a new "Recording <date>" one for a recording or an import to land in.
     tl::expected<std::shared_ptr<ProjectBundle>, Error> ensureBundle() { return m_projects.ensureBundle(); }
     // On failure sets lastError with "Browse…" and "Open in Finder" and keeps the current project. A

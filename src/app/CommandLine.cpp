@@ -26,6 +26,7 @@ CommandLine::CommandLine() {
     add(QStringLiteral("record"),
         QStringLiteral("record [--source ID] [--seconds N] [--mic] [--system-audio] [--countdown] [PROJECT]"),
         &runRecordCommand);
+    add(QStringLiteral("recover"), QStringLiteral("recover PROJECT"), &runRecoverCommand);
 }
 
 void CommandLine::add(const QString& name, const QString& synopsis, Command command) {

@@ -50,5 +50,6 @@ int runRenderCommand(AppState& app, const QStringList& args);
 int runStillCommand(AppState& app, const QStringList& args);
 int runSourcesCommand(AppState& app, const QStringList& args);
 int runRecordCommand(AppState& app, const QStringList& args);
+int runRecoverCommand(AppState& app, const QStringList& args);
 
 } // namespace orvane

@@ -15,9 +15,10 @@ ExportController::ExportController(AppState& app, ExportQueue& queue)
 }
 
 void ExportController::followQueue() {
-    // A job queued from the export sheet, the command line or automation all count: while any runs,
-    // starting a recording or another automated export is refused.
-    m_app.setIsExporting(m_queue.runningJob() != nullptr);
+    // A job queued from the export sheet, the command line or automation all count. A job waiting behind
+    // the running one counts too, so the flag does not drop for the instant between two jobs and let a
+    // recording start just as the next render takes the machine.
+    m_app.setIsExporting(m_queue.hasActiveWork());
 }
 
 tl::expected<QString, Error> ExportController::apiExport(const QString& presetText, const QString& codecText,

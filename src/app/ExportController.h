@@ -15,8 +15,8 @@ class AppState;
 class ExportQueue;
 
 // Exports for AppState: turns the loose preset and codec words of automation into a configuration and
-// queues the open project, and keeps AppState's isExporting true for as long as the queue runs a job,
-// whoever queued it. Main thread only.
+// queues the open project, and keeps AppState's isExporting true for as long as the queue has a job
+// running or waiting, whoever queued it. Main thread only.
 class ExportController : public QObject {
     Q_OBJECT
 public:

@@ -79,6 +79,22 @@ ProjectController::createProject(const QString& name, int width, int height, int
     return bundle;
 }
 
+tl::expected<std::shared_ptr<ProjectBundle>, Error>
+ProjectController::createProjectAt(const QString& folder, int width, int height, int frameRate) {
+    QString name = QFileInfo(folder).fileName();
+    if (name.endsWith(QStringLiteral(".orvanescreen")))
+        name.chop(13);
+    auto bundle = makeBundle(QFileInfo(folder).absoluteFilePath(),
+                             newProject(filteredProjectName(name), std::max(width, 320),
+                                        std::max(height, 240), std::clamp(frameRate, 1, 120)));
+    if (!bundle)
+        return bundle;
+    m_app.setCurrentBundle(*bundle);
+    m_recents.registerBundle(**bundle);
+    m_app.setScreen(AppScreen::editor);
+    return bundle;
+}
+
 tl::expected<std::shared_ptr<ProjectBundle>, Error> ProjectController::ensureBundle() {
     if (m_app.currentBundle())
         return m_app.currentBundle();

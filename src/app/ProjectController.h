@@ -29,6 +29,9 @@ public:
     tl::expected<std::shared_ptr<ProjectBundle>, Error> createProject(const QString& name, int width,
                                                                       int height, int frameRate);
     tl::expected<std::shared_ptr<ProjectBundle>, Error> ensureBundle();
+    // A new project in exactly `folder` (named after it), opened.
+    tl::expected<std::shared_ptr<ProjectBundle>, Error> createProjectAt(const QString& folder, int width,
+                                                                        int height, int frameRate);
     bool openProject(const QString& path);
     void openProject();
     void setOpenPanelHandler(std::function<void()> handler) { m_openPanelHandler = std::move(handler); }

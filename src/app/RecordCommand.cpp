@@ -73,8 +73,17 @@ int runRecordCommand(AppState& app, const QStringList& arguments) {
     if (bad || args.size() > 1 || (!args.isEmpty() && args.front().startsWith(u'-')))
         return cli::fail(QStringLiteral("usage: orvane-screen record [--source ID] [--seconds N] [--mic] "
                                         "[--system-audio] [--countdown] [PROJECT]"));
-    if (!args.isEmpty() && !app.openProject(args.front()))
-        return cli::fail(errorText(*app.lastError()));
+    if (!args.isEmpty()) {
+        // A path that does not exist yet is where the new project goes.
+        if (QFileInfo::exists(args.front())) {
+            if (!app.openProject(args.front()))
+                return cli::fail(errorText(*app.lastError()));
+            // Unfinished recordings are `recover`'s business; this command records a new one.
+            app.setLastError(std::nullopt);
+        } else if (const auto created = app.createProjectAt(args.front()); !created) {
+            return cli::fail(created.error().description);
+        }
+    }
 
     if (const auto failure = discover(app))
         return cli::fail(*failure);
@@ -104,15 +113,20 @@ int runRecordCommand(AppState& app, const QStringList& arguments) {
 
     QEventLoop loop;
     bool interrupted = false;
+    bool interruptedCountdown = false;
     QTimer stopTimer;
     stopTimer.setSingleShot(true);
     QObject::connect(&stopTimer, &QTimer::timeout, &app, [&] { app.stopCapture(); });
+    // Ctrl-C, SIGTERM and SIGHUP quit the way the window does: the recording is stopped and kept, within
+    // the same time limit. A second signal while that runs changes nothing.
     InterruptWatcher interrupt([&] {
+        if (interrupted)
+            return;
         interrupted = true;
-        if (app.recordingPhase().isCountingDown())
-            app.cancelCountdown();
-        else if (app.recordingPhase().isRecording())
-            app.stopCapture();
+        interruptedCountdown = app.recordingPhase().isCountingDown();
+        std::fputs("stopping...\n", stderr);
+        if (app.applicationShouldTerminate([&](bool) { loop.quit(); }) == AppState::TerminateReply::now)
+            loop.quit();
     });
     QObject::connect(&app, &AppState::recordingPhaseChanged, &loop, [&] {
         const RecordingPhase& phase = app.recordingPhase();
@@ -122,6 +136,8 @@ int runRecordCommand(AppState& app, const QStringList& arguments) {
         } else if (phase.isRecording()) {
             std::fprintf(stderr, "recording %s%s\n", qPrintable(source->id),
                          seconds ? qPrintable(QStringLiteral(" for %1 s").arg(*seconds)) : " until Ctrl-C");
+            for (const QString& warning : app.recordingWarnings())
+                std::fprintf(stderr, "%s\n", qPrintable(warning));
             if (seconds)
                 stopTimer.start(std::chrono::milliseconds(qint64(*seconds * 1000)));
         } else if (phase.isStopping()) {
@@ -135,11 +151,11 @@ int runRecordCommand(AppState& app, const QStringList& arguments) {
     if (!app.recordingPhase().isIdle())
         loop.exec();
 
+    if (interruptedCountdown)
+        return cli::fail(QStringLiteral("Recording cancelled.")) + 129; // 130, as shells report SIGINT
     if (app.lastError())
         return cli::fail(errorText(*app.lastError()));
     const auto& bundle = app.currentBundle();
-    if (interrupted && (!bundle || app.screen() != AppScreen::editor))
-        return cli::fail(QStringLiteral("Recording cancelled.")) + 129; // 130, as shells report SIGINT
     if (!bundle || bundle->project().timeline.clips.empty())
         return cli::fail(QStringLiteral("the recording left no clip"));
     if (auto flushed = bundle->flushPendingSave(); !flushed)
@@ -155,6 +171,36 @@ int runRecordCommand(AppState& app, const QStringList& arguments) {
         cli::print(QStringLiteral("cursor\t%1").arg(bundle->mediaPath(*clip.sourceCursorPath)));
     if (clip.sourceEventsPath)
         cli::print(QStringLiteral("events\t%1").arg(bundle->mediaPath(*clip.sourceEventsPath)));
+    for (const QString& warning : app.recordingWarnings())
+        cli::print(QStringLiteral("warning\t%1").arg(warning));
+    return 0;
+}
+
+int runRecoverCommand(AppState& app, const QStringList& args) {
+    if (args.size() != 1 || args.front().startsWith(u'-'))
+        return cli::fail(QStringLiteral("usage: orvane-screen recover PROJECT"));
+    if (!app.openProject(args.front()))
+        return cli::fail(errorText(*app.lastError()));
+    // Opening offers the recovery as an alert; here it is simply done.
+    app.setLastError(std::nullopt);
+    const std::shared_ptr<ProjectBundle> bundle = app.currentBundle();
+    const std::size_t before = bundle->project().timeline.clips.size();
+    const int recovered = QCoro::waitFor(app.recoverRecordings());
+    if (recovered > 0)
+        if (auto flushed = bundle->flushPendingSave(); !flushed)
+            return cli::fail(flushed.error().description);
+    const auto& clips = bundle->project().timeline.clips;
+    for (std::size_t i = before; i < clips.size(); ++i) {
+        const Clip& clip = clips[i];
+        cli::print(QStringLiteral("%1\t%2\t%3 s\t%4")
+                       .arg(clip.id.toString(QUuid::WithoutBraces).toUpper(), clip.name)
+                       .arg(clip.sourceOut.seconds, 0, 'f', 2)
+                       .arg(clip.sourceVideoPath));
+    }
+    if (app.lastError())
+        return cli::fail(errorText(*app.lastError()));
+    if (recovered == 0)
+        cli::print(QStringLiteral("nothing to recover in %1").arg(bundle->path()));
     return 0;
 }
 

@@ -1,6 +1,7 @@
 #include "AppState.h"
 #include "BundlePreviewRenderer.h"
 #include "CommandLine.h"
+#include "DisplayCheck.h"
 #include "localapi/ServeCommand.h"
 
 #include <QDir>
@@ -11,6 +12,19 @@
 #include <cstdio>
 
 int main(int argc, char** argv) {
+    const bool windowed = argc == 1;
+    if (windowed) {
+        // Without a display the toolkit would abort; say what is missing and what works without one.
+        if (const auto reason = orvane::missingDisplayReason()) {
+            std::fprintf(stderr, "orvane-screen: %s.\nWithout a display these commands work:\n\n",
+                         qPrintable(*reason));
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        }
+    }
+    if (argc == 2 && (qstrcmp(argv[1], "--version") == 0 || qstrcmp(argv[1], "-v") == 0)) {
+        std::printf("orvane-screen %s\n", ORVANE_VERSION);
+        return 0;
+    }
     // Commands run headless: they draw previews and stills offscreen and never need a display.
     if (argc > 1 && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -26,6 +40,7 @@ int main(int argc, char** argv) {
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("Orvane Screen"));
     QGuiApplication::setOrganizationName(QStringLiteral("Orvane"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(ORVANE_VERSION));
     orvane::BundlePreviewRenderer::install();
 
     orvane::AppState app;

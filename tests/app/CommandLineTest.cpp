@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <functional>
 
 using namespace orvane;
 
@@ -24,12 +25,15 @@ struct Result {
     QString err;
 };
 
-Result run(const QTemporaryDir& home, const QStringList& args) {
+Result run(const QTemporaryDir& home, const QStringList& args,
+           const std::function<void(QProcessEnvironment&)>& adjust = {}) {
     QProcess process;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("HOME"), home.path());
     env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral(".config")));
     env.remove(QStringLiteral("XDG_VIDEOS_DIR"));
+    if (adjust)
+        adjust(env);
     process.setProcessEnvironment(env);
     process.start(QStringLiteral(ORVANE_SCREEN_BINARY), args);
     EXPECT_TRUE(process.waitForFinished(30000));
@@ -94,7 +98,34 @@ TEST(CommandLine, ErrorsPrintTheirTextAndFail) {
                   .exitCode,
               0);
     EXPECT_NE(run(home, {QStringLiteral("bogus")}).exitCode, 0);
-    EXPECT_NE(run(home, {}).exitCode, 0);
+}
+
+TEST(CommandLine, WithoutADisplayTheWindowlessCommandsAreNamedInsteadOfACrash) {
+    QTemporaryDir home;
+    const QString silentSocket = home.filePath(QStringLiteral("wayland-0"));
+    const std::vector<std::function<void(QProcessEnvironment&)>> noDisplay{
+        [](QProcessEnvironment& env) {
+            env.remove(QStringLiteral("DISPLAY"));
+            env.remove(QStringLiteral("WAYLAND_DISPLAY"));
+        },
+        // Names that lead nowhere are as good as none.
+        [&](QProcessEnvironment& env) {
+            env.insert(QStringLiteral("DISPLAY"), QStringLiteral(":97"));
+            env.insert(QStringLiteral("WAYLAND_DISPLAY"), silentSocket);
+        }};
+    for (const auto& adjust : noDisplay) {
+        const Result result = run(home, {}, adjust);
+        EXPECT_EQ(result.exitCode, 2) << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(QStringLiteral("no display"))) << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(QStringLiteral("DISPLAY"))) << result.err.toStdString();
+        for (const char* command : {"orvane-screen render", "orvane-screen record", "orvane-screen recover"})
+            EXPECT_TRUE(result.err.contains(QLatin1StringView(command))) << command;
+    }
+
+    const Result version = run(home, {QStringLiteral("--version")});
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_TRUE(version.out.trimmed().startsWith(QStringLiteral("orvane-screen ")));
+    EXPECT_NE(version.out.trimmed(), QStringLiteral("orvane-screen 0.0.0"));
 }
 
 TEST(BundlePreviewRenderer, GradientWithTheNameOrTheFirstFilmstripFrame) {

@@ -1,7 +1,9 @@
 // The recording flow of AppState and the `sources` and `record` commands, against a private Xvfb and
 // PulseAudio daemon: real capture engines, real movies, real project folders.
 #include "app/AppState.h"
+#include "app/RecordingRecovery.h"
 #include "capture/CaptureTestSupport.h"
+#include "capture/TelemetryFiles.h"
 #include "capture/pulse/PulseRecorder.h"
 #include "capture/pulse/SoundEffects.h"
 #include "media/AssetProbe.h"
@@ -392,4 +394,138 @@ TEST_F(RecordCommandTest, ListsSourcesAndRecordsIntoAProjectUntilInterrupted) {
     auto bundle = ProjectBundle::load(project);
     ASSERT_TRUE(bundle.has_value());
     ASSERT_EQ((*bundle)->project().timeline.clips.size(), 2u);
+}
+
+namespace {
+
+// Waits until the command says it records, reading its progress as it comes.
+bool waitUntilRecording(QProcess* process, QByteArray& progress) {
+    return test::processEventsUntil(
+        [&] {
+            process->waitForReadyRead(50);
+            progress += process->readAllStandardError();
+            return progress.contains("recording ") || process->state() != QProcess::Running;
+        },
+        20s);
+}
+
+} // namespace
+
+TEST_F(RecordCommandTest, TerminationSignalsKeepTheRecordingAndANewPathBecomesTheProject) {
+    // SIGTERM from a session manager and SIGHUP from a closed terminal quit the way the window does.
+    for (const int signal : {SIGTERM, SIGHUP}) {
+        const QString project = m_home.filePath(QStringLiteral("Signal %1.orvanescreen").arg(signal));
+        ASSERT_FALSE(QFileInfo::exists(project));
+        QProcess* recording = start({QStringLiteral("record"), project});
+        QByteArray progress;
+        ASSERT_TRUE(waitUntilRecording(recording, progress)) << progress.constData();
+        test::processEventsUntil([] { return false; }, 800ms);
+        ::kill(pid_t(recording->processId()), signal);
+        // A second signal while the movie is finished must not cut the stop short.
+        test::processEventsUntil([] { return false; }, 30ms);
+        ::kill(pid_t(recording->processId()), signal);
+        const CommandResult ended = finish(recording);
+        ASSERT_EQ(ended.exitCode, 0) << ended.err.toStdString();
+        EXPECT_EQ(field(ended.out, QStringLiteral("project")), QFileInfo(project).absoluteFilePath());
+
+        auto bundle = ProjectBundle::load(project);
+        ASSERT_TRUE(bundle.has_value());
+        EXPECT_EQ((*bundle)->project().name, QStringLiteral("Signal %1").arg(signal));
+        ASSERT_EQ((*bundle)->project().timeline.clips.size(), 1u);
+        const Clip& clip = (*bundle)->project().timeline.clips.front();
+        ASSERT_TRUE(clip.sourceCursorPath && clip.sourceEventsPath);
+        EXPECT_TRUE(
+            TelemetryFiles::readCursorTrack((*bundle)->mediaPath(*clip.sourceCursorPath)).has_value());
+        EXPECT_TRUE(TelemetryFiles::readEventTrack((*bundle)->mediaPath(*clip.sourceEventsPath)).has_value());
+    }
+}
+
+TEST_F(RecordCommandTest, AKilledRecordingIsRecoveredWithItsClicksAndRendersWithZooms) {
+    const QString project = m_home.filePath(QStringLiteral("Killed.orvanescreen"));
+    QProcess* recording = start({QStringLiteral("record"), project});
+    QByteArray progress;
+    ASSERT_TRUE(waitUntilRecording(recording, progress)) << progress.constData();
+
+    // Pointer moves and two clicks far apart, through the input devices the tap hears.
+    test::XTestDriver input(xserver->displayName());
+    ASSERT_TRUE(input.isOpen());
+    input.warp(200, 150);
+    for (int i = 0; i < 20; ++i) {
+        input.moveBy(6, 4);
+        test::processEventsFor(20ms);
+    }
+    input.click(1);
+    test::processEventsFor(1200ms);
+    for (int i = 0; i < 20; ++i) {
+        input.moveBy(-3, 8);
+        test::processEventsFor(20ms);
+    }
+    input.click(1);
+    // Past the journal's next flush, then no chance to finish anything.
+    test::processEventsFor(1500ms);
+    ::kill(pid_t(recording->processId()), SIGKILL);
+    ASSERT_TRUE(recording->waitForFinished(10000));
+
+    auto killed = ProjectBundle::load(project);
+    ASSERT_TRUE(killed.has_value());
+    EXPECT_TRUE((*killed)->project().timeline.clips.empty());
+
+    const CommandResult recovered = finish(start({QStringLiteral("recover"), project}));
+    ASSERT_EQ(recovered.exitCode, 0) << recovered.err.toStdString();
+    EXPECT_TRUE(recovered.out.contains(QStringLiteral("\tRecording 1\t"))) << recovered.out.toStdString();
+
+    auto bundle = ProjectBundle::load(project);
+    ASSERT_TRUE(bundle.has_value());
+    ASSERT_EQ((*bundle)->project().timeline.clips.size(), 1u);
+    const Clip& clip = (*bundle)->project().timeline.clips.front();
+    EXPECT_GT(clip.sourceOut.seconds, 2.0);
+    ASSERT_TRUE(clip.sourceEventsPath.has_value());
+    const auto events = TelemetryFiles::readEventTrack((*bundle)->mediaPath(*clip.sourceEventsPath));
+    ASSERT_TRUE(events.has_value()) << events.error().toStdString();
+    EXPECT_EQ(std::count_if(events->events.begin(), events->events.end(),
+                            [](const InputEvent& e) { return e.isClick(); }),
+              2);
+    const auto cursor = TelemetryFiles::readCursorTrack((*bundle)->mediaPath(*clip.sourceCursorPath));
+    ASSERT_TRUE(cursor.has_value());
+    EXPECT_GE(cursor->samples.size(), 20u);
+    // Nothing is left to recover, and nothing of the journal stays behind.
+    EXPECT_TRUE(RecordingRecovery::findOrphans((*bundle)->path(), (*bundle)->project()).isEmpty());
+    EXPECT_TRUE(
+        QDir((*bundle)->mediaDirectory()).entryList({QStringLiteral("*.jsonl")}, QDir::Files).isEmpty());
+
+    const CommandResult zoomed = finish(start({QStringLiteral("auto-zoom"), project}));
+    ASSERT_EQ(zoomed.exitCode, 0) << zoomed.err.toStdString();
+    EXPECT_GE(zoomed.out.split(u' ').front().toInt(), 2) << zoomed.out.toStdString();
+
+    const QString movie = m_home.filePath(QStringLiteral("recovered.mp4"));
+    const CommandResult rendered = finish(start(
+        {QStringLiteral("render"), project, QStringLiteral("-o"), movie, QStringLiteral("--no-audio")}));
+    ASSERT_EQ(rendered.exitCode, 0) << rendered.err.toStdString();
+    const auto probe = probeAsset(movie);
+    ASSERT_TRUE(probe.has_value());
+    EXPECT_NEAR(probe->duration, clip.sourceOut.seconds, 0.2);
+}
+
+TEST_F(RecordCommandTest, WithoutASoundServerItRecordsVideoAndSaysSo) {
+    QProcess* process = new QProcess(&m_parent);
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("DISPLAY"), QString::fromLatin1(xserver->displayName()));
+    env.insert(QStringLiteral("PULSE_SERVER"),
+               QStringLiteral("unix:") + m_home.filePath(QStringLiteral("no-pulse")));
+    env.insert(QStringLiteral("HOME"), m_home.path());
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_home.filePath(QStringLiteral(".config")));
+    process->setProcessEnvironment(env);
+    process->start(QStringLiteral(ORVANE_SCREEN_BINARY),
+                   {QStringLiteral("record"), QStringLiteral("--seconds"), QStringLiteral("1"),
+                    QStringLiteral("--mic"), QStringLiteral("--system-audio"),
+                    m_home.filePath(QStringLiteral("Silent.orvanescreen"))});
+    const CommandResult silent = finish(process);
+    ASSERT_EQ(silent.exitCode, 0) << silent.err.toStdString();
+    EXPECT_TRUE(silent.err.contains(QStringLiteral("Recording without sound: "))) << silent.err.toStdString();
+    EXPECT_TRUE(
+        field(silent.out, QStringLiteral("warning")).startsWith(QStringLiteral("Recording without sound: ")));
+    const auto probe = probeAsset(field(silent.out, QStringLiteral("video")));
+    ASSERT_TRUE(probe.has_value());
+    EXPECT_EQ(probe->videoTracks.size(), 1u);
+    EXPECT_TRUE(probe->audioTracks.empty());
 }

@@ -1,0 +1,46 @@
+#include "DisplayCheck.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <xcb/xcb.h>
+
+#include <memory>
+
+namespace orvane {
+
+namespace {
+
+bool xServerAnswers(const QByteArray& display) {
+    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
+        xcb_connect(display.constData(), nullptr), &xcb_disconnect);
+    return connection && xcb_connection_has_error(connection.get()) == 0;
+}
+
+bool waylandSocketExists(const QString& name) {
+    if (QDir::isAbsolutePath(name))
+        return QFileInfo::exists(name);
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    return !runtime.isEmpty() && QFileInfo::exists(QDir(runtime).filePath(name));
+}
+
+} // namespace
+
+std::optional<QString> missingDisplayReason() {
+    const QByteArray x11 = qgetenv("DISPLAY");
+    const QString wayland = qEnvironmentVariable("WAYLAND_DISPLAY");
+    if (!x11.isEmpty() && xServerAnswers(x11))
+        return std::nullopt;
+    if (!wayland.isEmpty() && waylandSocketExists(wayland))
+        return std::nullopt;
+
+    QStringList problems;
+    problems << (x11.isEmpty()
+                     ? QStringLiteral("DISPLAY is not set")
+                     : QStringLiteral("no X server answers on DISPLAY=%1").arg(QString::fromLocal8Bit(x11)));
+    problems << (wayland.isEmpty() ? QStringLiteral("WAYLAND_DISPLAY is not set")
+                                   : QStringLiteral("no Wayland socket named %1").arg(wayland));
+    return QStringLiteral("no display to open the window on (%1)").arg(problems.join(QStringLiteral(", ")));
+}
+
+} // namespace orvane
