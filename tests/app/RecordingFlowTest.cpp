@@ -186,6 +186,25 @@ TEST_F(RecordingFlowTest, CancellingTheCountdownStartsNothing) {
     EXPECT_EQ(m_app.currentBundle()->project().timeline.clips.size(), 1u);
 }
 
+TEST_F(RecordingFlowTest, QuittingDuringTheCountdownTakesTheStopPathAndRecordsNothing) {
+    discover();
+    m_app.setCountdownTick(400ms);
+    m_app.beginCapture();
+    ASSERT_TRUE(test::processEventsUntil(
+        [&] { return m_app.recordingPhase() == RecordingPhase::countingDown(2); }, 5s));
+    int replies = 0;
+    EXPECT_EQ(m_app.applicationShouldTerminate([&](bool) { ++replies; }), AppState::TerminateReply::later);
+    // The stop finds an engine that never started and ends at once; the countdown, no longer counting,
+    // never starts it.
+    ASSERT_TRUE(test::processEventsUntil([&] { return replies > 0; }, 5s));
+    test::processEventsUntil([] { return false; }, 1500ms);
+    EXPECT_EQ(replies, 1);
+    EXPECT_TRUE(m_app.recordingPhase().isIdle());
+    EXPECT_EQ(m_app.captureEngine(), nullptr);
+    EXPECT_TRUE(mediaFiles().isEmpty());
+    EXPECT_TRUE(m_app.currentBundle()->project().timeline.clips.empty());
+}
+
 TEST_F(RecordingFlowTest, FailuresComeBackWithTheirWaysOut) {
     discover();
     // A window that has gone between the picker and the start.
