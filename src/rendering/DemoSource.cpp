@@ -1,6 +1,7 @@
 #include "DemoSource.h"
 
 #include "SystemFont.h"
+#include "project/Project.h"
 
 #include <QLinearGradient>
 #include <QPainter>
@@ -114,12 +115,10 @@ EventTrack DemoSource::events(Size source) {
 }
 
 Clip DemoSource::clip(Size source) {
-    Clip clip;
+    Clip clip = Project().makeClip(QStringLiteral("Demo"), ProjectTime(duration), source);
+    // A fixed id: the demo is the same clip each time it is made.
     clip.id = QUuid::createUuidV5(QUuid(), QStringLiteral("demo"));
-    clip.name = QStringLiteral("Demo");
     clip.sourceVideoPath = QStringLiteral("demo.mov");
-    clip.sourceSize = source;
-    clip.sourceOut = ProjectTime(duration);
     const NormalizedRect wide = NormalizedRect::unit();
     const double w = 1 / 1.8;
     const NormalizedRect close{std::clamp(clickAt.x - w / 2, 0.0, 1 - w),

@@ -104,6 +104,50 @@ TEST(Timeline, EnsureTrackIndex) {
     EXPECT_EQ(empty.tracks[1].name, QStringLiteral("Score"));
 }
 
+TEST(Project, MakeClipStartsAfterEverythingOnTheTimelineInTheProjectsDefaultLooks) {
+    Project project;
+    project.defaultBackground = BackgroundStyle::solid(RGBAColor{0.1, 0.2, 0.3, 1});
+    project.defaultFrame.cornerRadius = 3;
+    project.defaultCursor.scale = 2.5;
+    project.defaultAutoZoom.zoomLevel = 2.4;
+
+    const Clip first = project.makeClip(QStringLiteral("First"), ProjectTime(4), Size{1280, 720});
+    EXPECT_TRUE(project.timeline.clips.empty()) << "making a clip does not place it";
+    EXPECT_FALSE(first.id.isNull());
+    EXPECT_EQ(first.name, QStringLiteral("First"));
+    EXPECT_DOUBLE_EQ(first.timelineStart.seconds, 0);
+    EXPECT_DOUBLE_EQ(first.sourceIn.seconds, 0);
+    EXPECT_DOUBLE_EQ(first.sourceOut.seconds, 4);
+    EXPECT_DOUBLE_EQ(first.timelineDuration().seconds, 4);
+    EXPECT_EQ(first.sourceSize, (Size{1280, 720}));
+    EXPECT_EQ(first.background, project.defaultBackground);
+    EXPECT_EQ(first.frame, project.defaultFrame);
+    EXPECT_EQ(first.cursor, project.defaultCursor);
+    EXPECT_EQ(first.autoZoom, project.defaultAutoZoom);
+    // Nothing else comes from the project or from another clip: the rest is a plain clip's.
+    Clip plain;
+    plain.id = first.id;
+    plain.name = first.name;
+    plain.sourceOut = first.sourceOut;
+    plain.sourceSize = first.sourceSize;
+    plain.background = first.background;
+    plain.frame = first.frame;
+    plain.cursor = first.cursor;
+    plain.autoZoom = first.autoZoom;
+    EXPECT_EQ(first, plain);
+
+    // The clip that ends last decides, whichever track it is on and wherever it is in the list: a clip
+    // at half speed on the second track ends at 12, after one that starts later on the first.
+    project.timeline.add(clipAt(0, 0, 6));
+    project.timeline.add(clipAt(2, 1, 6, 1, 0.5));
+    project.timeline.add(clipAt(8, 0, 1));
+    const Clip next = project.makeClip(QStringLiteral("Next"), ProjectTime(2.5), Size{1920, 1080});
+    EXPECT_DOUBLE_EQ(next.timelineStart.seconds, 12);
+    EXPECT_DOUBLE_EQ(next.timelineEnd().seconds, 14.5);
+    EXPECT_NE(next.id, first.id);
+    EXPECT_EQ(project.timeline.clips.size(), 3u);
+}
+
 TEST(ProjectJson, EmptyObjectIsAnUntitledProject) {
     const auto p = decodeProject("{}");
     ASSERT_TRUE(p) << p.error().what();
