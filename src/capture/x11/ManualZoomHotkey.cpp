@@ -3,7 +3,7 @@
 #include "X11Connection.h"
 #include "XkbKeyboard.h"
 #include "capture/InputEvent.h"
-#include "direction/ZoomFraming.h"
+#include "direction/ManualZoomKeyframes.h"
 #include "support/Log.h"
 
 #include <QLocale>
@@ -19,7 +19,6 @@ namespace orvane {
 namespace {
 
 constexpr int zKeyCode = 6;
-constexpr double manualHold = 1.0; // seconds a manual zoom stays after its mark
 constexpr int maxWindowDepth = 32; // how far up from the focus to look for a window's owner
 
 template <class T>
@@ -175,31 +174,10 @@ bool ManualZoomHotkey::ownWindowHasFocus() {
     return false;
 }
 
-KeyframeTrack<NormalizedRect> ManualZoomHotkey::generateKeyframeTrack(Size sourceSize,
-                                                                      const AutoZoomConfig& config,
-                                                                      ProjectTime clipDuration) const {
-    return generateKeyframeTrack(m_events, sourceSize, config, clipDuration);
-}
-
 KeyframeTrack<NormalizedRect>
 ManualZoomHotkey::generateKeyframeTrack(const std::vector<ManualZoomEvent>& marks, Size sourceSize,
                                         const AutoZoomConfig& config, ProjectTime clipDuration) {
-    KeyframeTrack<NormalizedRect> track;
-    if (marks.empty() || !(clipDuration.seconds > 0) || !(sourceSize.width > 0) || !(sourceSize.height > 0))
-        return track;
-    ZoomFraming::insert(track, ProjectTime::zero(), NormalizedRect::unit(), config.easing);
-    double lastEnd = -1000.0;
-    for (const ManualZoomEvent& mark : marks) {
-        if (mark.time.seconds - lastEnd < config.minHoldDuration)
-            continue;
-        // The keypress says exactly where to look, so the composition style has no say; only the pull.
-        const NormalizedRect crop = ZoomFraming::cropRect({mark.cursorX, mark.cursorY}, sourceSize,
-                                                          config.zoomLevel, config.centerPull);
-        const ProjectTime holdEnd(mark.time.seconds + manualHold);
-        ZoomFraming::insertZoom(track, mark.time, holdEnd, crop, config);
-        lastEnd = holdEnd.seconds + config.zoomOutDuration;
-    }
-    return track;
+    return ManualZoomKeyframes::generate(marks, sourceSize, config, clipDuration);
 }
 
 } // namespace orvane

@@ -36,11 +36,7 @@ public:
     // Presses of the chord heard since start, marks or not: what a status line or a test can wait on.
     std::size_t chordsHeard() const { return m_chordsHeard; }
 
-    // The marks as zoom keyframes: each holds one second at its position, marks closer than
-    // minHoldDuration to the previous zoom's end are skipped. Empty without marks or with a
-    // non-positive size or duration.
-    KeyframeTrack<NormalizedRect> generateKeyframeTrack(Size sourceSize, const AutoZoomConfig& config,
-                                                        ProjectTime clipDuration) const;
+    // The marks as zoom keyframes: ManualZoomKeyframes::generate, which new code calls directly.
     static KeyframeTrack<NormalizedRect> generateKeyframeTrack(const std::vector<ManualZoomEvent>& marks,
                                                                Size sourceSize, const AutoZoomConfig& config,
                                                                ProjectTime clipDuration);
