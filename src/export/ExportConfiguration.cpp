@@ -48,6 +48,14 @@ std::int64_t ExportConfiguration::Preset::bitRate() const {
     return 0;
 }
 
+QSize ExportConfiguration::outputSize() const {
+    const Size nominal = preset.size();
+    const auto even = [](double side) {
+        return side >= 2 ? int(side) / 2 * 2 : 0;
+    };
+    return {even(nominal.width), even(nominal.height)};
+}
+
 QString ExportConfiguration::fileExtension() const {
     return enumString(container);
 }

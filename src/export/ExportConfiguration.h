@@ -3,6 +3,7 @@
 #include "project/Geometry.h"
 #include "project/Json.h"
 
+#include <QSize>
 #include <QString>
 
 #include <cstdint>
@@ -34,6 +35,7 @@ struct ExportConfiguration {
             return {Kind::custom, width, height, frameRate, bitRate};
         }
 
+        // The preset's nominal size; what a file gets is ExportConfiguration::outputSize().
         Size size() const;
         int frameRate() const;
         // Bits per second; 0 means none is set.
@@ -50,6 +52,11 @@ struct ExportConfiguration {
 
     // "mp4", "mov" or "gif".
     QString fileExtension() const;
+
+    // The size of every output frame in whole pixels: the compositor's canvas and the encoder's frame
+    // both come from here, so they cannot disagree. Each side is rounded down to an even number, as 4:2:0
+    // chroma needs; a custom side under 2 pixels gives 0, which no encoder opens.
+    QSize outputSize() const;
 
     bool operator==(const ExportConfiguration&) const = default;
 };

@@ -122,8 +122,8 @@ QString ExportSheetModel::durationLabel() const {
 }
 
 QString ExportSheetModel::resolutionLabel() const {
-    const Size size = configurationPreset(m_preset).size();
-    return QStringLiteral("%1×%2").arg(int(size.width)).arg(int(size.height));
+    const QSize size = configuration(QString()).outputSize();
+    return QStringLiteral("%1×%2").arg(size.width()).arg(size.height());
 }
 
 QString ExportSheetModel::suggestedFileName() const {

@@ -42,9 +42,9 @@ MediaWriterSettings Exporter::makeVideoSettings(const ExportConfiguration& confi
     settings.container =
         config.container == ExportConfiguration::Container::mov ? ContainerFormat::mov : ContainerFormat::mp4;
     VideoEncoderSettings video;
-    const Size size = config.preset.size();
-    video.width = int(size.width);
-    video.height = int(size.height);
+    const QSize size = config.outputSize();
+    video.width = size.width();
+    video.height = size.height();
     video.codec = writerCodec(config.codec);
     video.frameRate = config.preset.frameRate();
     video.keyframeInterval = config.preset.frameRate();
@@ -182,7 +182,8 @@ tl::expected<void, ExporterError> Exporter::exportSingleClip(const Clip& clip, c
         return tl::unexpected(ExporterError::of(ExporterError::Kind::noSource));
     const double totalSeconds = info->duration > 0 ? info->duration : 0.001;
 
-    Compositor compositor(config.preset.size());
+    const QSize outputSize = config.outputSize();
+    Compositor compositor(Size{double(outputSize.width()), double(outputSize.height())});
     auto reader = FrameReader::open(sourcePath);
     if (!reader)
         return tl::unexpected(ExporterError::reader(reader.error().description));

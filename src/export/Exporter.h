@@ -27,8 +27,8 @@ public:
     void cancel();
     bool isCancelled() const;
 
-    // The writer's settings for a configuration: the preset's size and rate, a key frame at least every
-    // second, the preset's bit rate except for ProRes (none), and a 192 kbit/s AAC track when asked.
+    // The writer's settings for a configuration: the output size, the preset's rate, a key frame at least
+    // every second, the preset's bit rate except for ProRes (none), and a 192 kbit/s AAC track when asked.
     static MediaWriterSettings makeVideoSettings(const ExportConfiguration& config, bool withAudio);
 
     // Attempts at a free output frame while the encoder lags, 5 ms apart; then the export fails.

@@ -75,6 +75,32 @@ TEST(ExportWriterSettings, followThePresetAndLeaveTheBitRateOutWhereThereIsNone)
     EXPECT_EQ(s.video->keyframeInterval, 24);
 }
 
+TEST(ExportOutputSize, wholeEvenPixelsThatTheWriterTakes) {
+    // 4:2:0 halves both sides for chroma, so an odd side is cut to the even one below it.
+    struct Row {
+        Preset preset;
+        QSize size;
+    };
+    for (const Row& row :
+         {Row{Preset::web1080(), {1920, 1080}}, Row{Preset::web4K(), {3840, 2160}},
+          Row{Preset::socialSquare(), {1080, 1080}}, Row{Preset::socialVertical(), {1080, 1920}},
+          Row{Preset::gif(), {800, 600}}, Row{Preset::custom(641, 359, 30, 0), {640, 358}},
+          Row{Preset::custom(1279, 720, 30, 0), {1278, 720}}, Row{Preset::custom(3, 1, 30, 0), {2, 0}},
+          Row{Preset::custom(-4, 8, 30, 0), {0, 8}}}) {
+        SCOPED_TRACE(QStringLiteral("%1 %2x%3")
+                         .arg(enumString(row.preset.kind))
+                         .arg(row.preset.size().width)
+                         .arg(row.preset.size().height)
+                         .toStdString());
+        ExportConfiguration c;
+        c.preset = row.preset;
+        EXPECT_EQ(c.outputSize(), row.size);
+        const MediaWriterSettings s = Exporter::makeVideoSettings(c, false);
+        ASSERT_TRUE(s.video);
+        EXPECT_EQ(QSize(s.video->width, s.video->height), c.outputSize());
+    }
+}
+
 std::shared_ptr<ProjectBundle> bundleLasting(double seconds, const QString& name = QStringLiteral("Demo")) {
     Project project;
     project.id = QUuid::createUuid();

@@ -115,6 +115,30 @@ TEST_F(ExporterTest, rendersEverySourceFrameOverTheBackgroundAtThePresetSize) {
     EXPECT_EQ(run.progress.back(), 1.0);
 }
 
+TEST_F(ExporterTest, anOddCustomSizeRendersAtTheEvenSizeBelowItEdgeToEdge) {
+    const QString movie = output("odd.mp4");
+    ExportConfiguration config = test::smallExport(movie);
+    config.preset = ExportConfiguration::Preset::custom(289, 287, 30, 1'000'000);
+    const test::ExportRun run = test::runExport(coloursProject(), bundlePath(), config);
+    ASSERT_TRUE(run.result) << test::describe(run).toStdString();
+    const auto info = probeAsset(movie);
+    ASSERT_TRUE(info) << info.error().description.toStdString();
+    ASSERT_EQ(info->videoTracks.size(), 1u);
+    EXPECT_EQ(info->videoTracks[0].naturalSize, (Size{288, 286}));
+    EXPECT_EQ(info->videoTracks[0].frameCount.value_or(-1), 30);
+
+    // The canvas is the frame: its background reaches the last row and column, which a canvas smaller
+    // than the encoder's frame would leave unpainted.
+    auto reader = FrameReader::open(movie);
+    ASSERT_TRUE(reader);
+    auto first = (*reader)->next();
+    ASSERT_TRUE(first && *first);
+    const VideoFrame& f = **first;
+    for (auto [x, y] : {std::pair{0, 0}, {287, 0}, {0, 285}, {287, 285}, {144, 285}, {287, 143}})
+        EXPECT_TRUE(isBackground(f.pixel(x, y))) << x << "," << y << " " << std::hex << f.pixel(x, y);
+    EXPECT_EQ(test::frameIndexOf(f.pixel(144, 143), 30), 0);
+}
+
 TEST_F(ExporterTest, framesInTheMiddleOfTheRenderAllocateNothingOnThePumpsThread) {
     // The progress callback runs on the pump's thread, once a frame: the allocations counted between
     // half and nine tenths of the way are those of steady frames, once the writer's pool has filled;
