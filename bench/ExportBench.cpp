@@ -17,7 +17,6 @@
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QTemporaryDir>
-#include <QThread>
 
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
@@ -54,14 +53,8 @@ struct SampleBundle {
         ok = dir.isValid() && writeGradientMovie(movie, Size{1280, 720}, 10.0, 30).has_value();
         project.id = QUuid::createUuid();
         project.name = QStringLiteral("Welcome");
-        Clip clip;
-        clip.id = QUuid::createUuid();
+        Clip clip = project.makeClip(QStringLiteral("Sample"), ProjectTime(10), Size{1280, 720});
         clip.sourceVideoPath = QStringLiteral("media/sample.mov");
-        clip.sourceOut = ProjectTime(10);
-        clip.sourceSize = Size{1280, 720};
-        clip.background = project.defaultBackground;
-        clip.frame = project.defaultFrame;
-        clip.cursor = project.defaultCursor;
         project.timeline.clips.push_back(clip);
     }
     QString path() const { return dir.path(); }
@@ -110,9 +103,7 @@ double encodeOnlyFps(const std::vector<VideoFrame>& frames, const ExportConfigur
         return 0;
     (*writer)->startSession(MediaTime{0, 600});
     for (const VideoFrame& frame : frames) {
-        while (!(*writer)->isReadyForVideo())
-            QThread::usleep(1000);
-        if (!(*writer)->appendVideo(frame, frame.time()))
+        if (!(*writer)->waitUntilReadyForVideo() || !(*writer)->appendVideo(frame, frame.time()))
             return 0;
     }
     if (!(*writer)->finish())

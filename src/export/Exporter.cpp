@@ -15,9 +15,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
-#include <thread>
 
 namespace orvane {
 
@@ -118,13 +116,11 @@ std::unique_ptr<CameraFrameSource> loadCameraSource(const Clip& clip, const QStr
 } // namespace
 
 void Exporter::cancel() {
-    std::lock_guard lock(m_lock);
-    m_isCancelled = true;
+    m_cancel.request_stop();
 }
 
 bool Exporter::isCancelled() const {
-    std::lock_guard lock(m_lock);
-    return m_isCancelled;
+    return m_cancel.stop_requested();
 }
 
 tl::expected<void, ExporterError> Exporter::exportProject(const Project& project, const QString& bundlePath,
@@ -209,6 +205,7 @@ tl::expected<void, ExporterError> Exporter::exportSingleClip(const Clip& clip, c
         QFile::remove(config.outputPath);
         return tl::unexpected(std::move(error));
     };
+    const std::stop_token cancelled = m_cancel.get_token();
 
     // Audio follows the video closely, so the file interleaves well and the muxer buffers little.
     constexpr double audioLead = 0.5;
@@ -221,14 +218,10 @@ tl::expected<void, ExporterError> Exporter::exportSingleClip(const Clip& clip, c
         if (!source.hasAudio() || audioEnded)
             return {};
         while (double(source.position()) / 48000.0 < untilSeconds) {
-            if (!writer.isReadyForAudio(0)) {
-                // A writer that failed is never ready again.
+            if (!writer.waitUntilReadyForAudio(0, cancelled)) {
                 if (const auto error = writer.error())
                     return tl::unexpected(ExporterError::writer(error->description));
-                if (isCancelled())
-                    return {};
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-                continue;
+                return {}; // cancelled: the pump notices
             }
             const std::int64_t at = source.position();
             auto block = source.read(audioBlock);
@@ -261,20 +254,14 @@ tl::expected<void, ExporterError> Exporter::exportSingleClip(const Clip& clip, c
         const Image canvas =
             compositor.composeFrame(borrowFrame(source), clip, ProjectTime(pts), cursor, events);
 
-        // The writer's readiness paces the pump; its pool is the second brake.
-        while (!writer.isReadyForVideo()) {
+        // The writer's readiness paces the pump, which sleeps until the encoder makes room; its pool is
+        // the second brake. Only a failure or a cancel ends the wait without room.
+        if (!writer.waitUntilReadyForVideo(cancelled)) {
             if (const auto error = writer.error())
                 return fail(ExporterError::writer(error->description));
-            if (isCancelled())
-                return fail(ExporterError::of(ExporterError::Kind::cancelled));
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            return fail(ExporterError::of(ExporterError::Kind::cancelled));
         }
-        VideoFrame out;
-        for (int attempt = 0; attempt < framePoolAttempts && !out; ++attempt) {
-            if (attempt > 0)
-                std::this_thread::sleep_for(std::chrono::milliseconds(5));
-            out = writer.framePool().acquire();
-        }
+        VideoFrame out = writer.framePool().acquire(framePoolWait);
         if (!out)
             return fail(ExporterError::writer(QStringLiteral("pixel buffer pool exhausted after retries")));
         const std::size_t rowBytes = std::size_t(std::min(out.width(), canvas.width())) * 4;

@@ -7,8 +7,9 @@
 
 #include <tl/expected.hpp>
 
+#include <chrono>
 #include <functional>
-#include <mutex>
+#include <stop_token>
 
 namespace orvane {
 
@@ -31,16 +32,17 @@ public:
     // every second, the preset's bit rate except for ProRes (none), and a 192 kbit/s AAC track when asked.
     static MediaWriterSettings makeVideoSettings(const ExportConfiguration& config, bool withAudio);
 
-    // Attempts at a free output frame while the encoder lags, 5 ms apart; then the export fails.
-    static constexpr int framePoolAttempts = 6;
+    // How long the pump waits for a free output frame while the encoder lags; then the export fails.
+    static constexpr std::chrono::milliseconds framePoolWait{30};
 
 private:
     tl::expected<void, ExporterError> exportSingleClip(const Clip& clip, const QString& bundlePath,
                                                        const ExportConfiguration& config,
                                                        const Progress& progress);
 
-    mutable std::mutex m_lock; // guards m_isCancelled
-    bool m_isCancelled = false;
+    // The cancel flag: set once, from any thread, without a lock. Requesting the stop also wakes the pump
+    // wherever it sleeps on the writer, so a cancel does not wait for the encoder to make room.
+    std::stop_source m_cancel;
 };
 
 } // namespace orvane

@@ -2,6 +2,7 @@
 
 #include "FrameStorage.h"
 
+#include <condition_variable>
 #include <mutex>
 #include <vector>
 
@@ -21,9 +22,23 @@ public:
     const std::size_t maxFrames;
 
     mutable std::mutex freeLock; // guards all, free
+    // Signalled after each buffer comes home, for acquire's bounded wait.
+    std::condition_variable frameReturned;
     std::vector<std::unique_ptr<FrameStorage>> all;
     // Always reserved to all.size(), so a return never allocates.
     std::vector<FrameStorage*> free;
+
+    // Under freeLock: a free buffer, else a new one while the limit allows, else null.
+    FrameStorage* take() {
+        if (!free.empty()) {
+            FrameStorage* storage = free.back();
+            free.pop_back();
+            return storage;
+        }
+        if (maxFrames == 0 || all.size() < maxFrames)
+            return grow();
+        return nullptr;
+    }
 
     // Under freeLock.
     FrameStorage* grow() {
@@ -41,8 +56,11 @@ void releaseFrameStorage(FrameStorage* storage) {
     // Hold the pool's state in a local: once the buffer is on the free list, a FramePool destroyed on
     // another thread may drop its own reference, and this one must outlive the push.
     std::shared_ptr<FramePoolState> owner = std::move(storage->owner);
-    std::lock_guard lock(owner->freeLock);
-    owner->free.push_back(storage);
+    {
+        std::lock_guard lock(owner->freeLock);
+        owner->free.push_back(storage);
+    }
+    owner->frameReturned.notify_one();
 }
 
 FramePool::FramePool(int width, int height, std::size_t maxFrames)
@@ -65,17 +83,19 @@ std::size_t FramePool::maxFrames() const {
 }
 
 VideoFrame FramePool::acquire() {
+    return acquire(std::chrono::milliseconds(0));
+}
+
+VideoFrame FramePool::acquire(std::chrono::milliseconds timeout) {
     FrameStorage* storage = nullptr;
     {
-        std::lock_guard lock(m_state->freeLock);
-        if (!m_state->free.empty()) {
-            storage = m_state->free.back();
-            m_state->free.pop_back();
-        } else if (m_state->maxFrames == 0 || m_state->all.size() < m_state->maxFrames) {
-            storage = m_state->grow();
-        } else {
+        std::unique_lock lock(m_state->freeLock);
+        storage = m_state->take();
+        if (!storage && timeout.count() > 0)
+            m_state->frameReturned.wait_for(lock, timeout,
+                                            [&] { return (storage = m_state->take()) != nullptr; });
+        if (!storage)
             return {};
-        }
     }
     storage->owner = m_state;
     storage->handles.store(1, std::memory_order_relaxed);

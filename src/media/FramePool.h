@@ -2,6 +2,7 @@
 
 #include "media/VideoFrame.h"
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 
@@ -31,6 +32,8 @@ public:
 
     // A frame with undefined contents and time zero; a null frame when `maxFrames` are all lent out.
     VideoFrame acquire();
+    // The same, but when all are lent out it waits up to `timeout` for one to come back.
+    VideoFrame acquire(std::chrono::milliseconds timeout);
     // Makes buffers up front, so the first frames of a hot path do not allocate either.
     void reserve(std::size_t frames);
 

@@ -7,11 +7,9 @@
 #include <QFileInfo>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <numbers>
-#include <thread>
 
 namespace orvane {
 
@@ -81,8 +79,7 @@ tl::expected<void, MediaError> writeGradientMovie(const QString& path, Size size
     const int frameCount = fps > 0 ? int(durationSeconds * fps) : 0;
     const std::int64_t frameLength = fps > 0 ? sampleTimescale / fps : 0;
     for (int i = 0; i < frameCount; ++i) {
-        while (!writer.isReadyForVideo() && !writer.error())
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        writer.waitUntilReadyForVideo();
         const double progress = double(i) / double(std::max(frameCount, 2) - 1);
         VideoFrame frame = writer.framePool().acquire();
         if (!frame)

@@ -68,6 +68,9 @@ struct MediaWriter::State {
     mutable std::mutex queueLock;
     std::condition_variable workReady;
     std::condition_variable threadEnded;
+    // Signalled when a queue gains room or a track can no longer take anything: what the waitUntilReady*
+    // calls sleep on. The "any" kind, so that a stop request wakes them too.
+    mutable std::condition_variable_any roomChanged;
     std::vector<PendingFrame> videoQueue;
     std::size_t videoHead = 0;
     std::size_t videoCount = 0;
@@ -82,11 +85,38 @@ struct MediaWriter::State {
     void run();
     Job takeJob(PendingFrame& frame, std::size_t& track, std::size_t& frames);
     bool allFlushed() const;
+    // Under queueLock. "Settled": ready, or never going to be ready again.
+    bool videoReady() const;
+    bool videoSettled() const;
+    bool audioReady(int track) const;
+    bool audioSettled(int track) const;
     tl::expected<void, MediaError> perform(Job job, PendingFrame& frame, std::size_t track,
                                            std::size_t frames);
     tl::expected<void, MediaError> writePackets(AVCodecContext* encoder, AVStream* stream, bool isVideo);
     void fail(MediaError e);
 };
+
+bool MediaWriter::State::videoReady() const {
+    return video && !error && !stopRequested && !videoFinishMarked && videoCount < videoQueue.size();
+}
+
+bool MediaWriter::State::videoSettled() const {
+    return !video || error || stopRequested || videoFinishMarked || videoCount < videoQueue.size();
+}
+
+bool MediaWriter::State::audioReady(int track) const {
+    if (track < 0 || std::size_t(track) >= audio.size() || error || stopRequested)
+        return false;
+    const AudioTrack& t = audio[std::size_t(track)];
+    return !t.finishMarked && t.queue->freeFrames() >= t.queue->capacityFrames() / 2;
+}
+
+bool MediaWriter::State::audioSettled(int track) const {
+    if (track < 0 || std::size_t(track) >= audio.size() || error || stopRequested)
+        return true;
+    const AudioTrack& t = audio[std::size_t(track)];
+    return t.finishMarked || t.queue->freeFrames() >= t.queue->capacityFrames() / 2;
+}
 
 bool MediaWriter::State::allFlushed() const {
     if (video && !videoFlushed)
@@ -161,6 +191,9 @@ void MediaWriter::State::run() {
                 workReady.wait(lock);
             }
         }
+        // Taking a frame or a block of samples made room in its queue.
+        if (job == Job::video || job == Job::audio)
+            roomChanged.notify_all();
         if (auto done = perform(job, frame, track, frames); !done) {
             fail(done.error());
         }
@@ -168,9 +201,13 @@ void MediaWriter::State::run() {
 }
 
 void MediaWriter::State::fail(MediaError e) {
-    std::lock_guard lock(queueLock);
-    if (!error)
-        error = std::move(e);
+    {
+        std::lock_guard lock(queueLock);
+        if (!error)
+            error = std::move(e);
+    }
+    // A failed writer is never ready again: nobody may go on waiting for it.
+    roomChanged.notify_all();
 }
 
 tl::expected<void, MediaError> MediaWriter::State::perform(Job job, PendingFrame& pending, std::size_t track,
@@ -416,6 +453,7 @@ MediaWriter::~MediaWriter() {
             d->stopRequested = true;
         }
         d->workReady.notify_all();
+        d->roomChanged.notify_all();
         d->encoderThread.join();
     }
 }
@@ -440,16 +478,24 @@ void MediaWriter::startSession(MediaTime sourceTime) {
 
 bool MediaWriter::isReadyForVideo() const {
     std::lock_guard lock(d->queueLock);
-    return d->video && !d->error && !d->stopRequested && !d->videoFinishMarked &&
-           d->videoCount < d->videoQueue.size();
+    return d->videoReady();
 }
 
 bool MediaWriter::isReadyForAudio(int track) const {
     std::lock_guard lock(d->queueLock);
-    if (track < 0 || std::size_t(track) >= d->audio.size() || d->error || d->stopRequested)
-        return false;
-    const AudioTrack& t = d->audio[std::size_t(track)];
-    return !t.finishMarked && t.queue->freeFrames() >= t.queue->capacityFrames() / 2;
+    return d->audioReady(track);
+}
+
+bool MediaWriter::waitUntilReadyForVideo(std::stop_token stop) const {
+    std::unique_lock lock(d->queueLock);
+    d->roomChanged.wait(lock, stop, [this] { return d->videoSettled(); });
+    return d->videoReady();
+}
+
+bool MediaWriter::waitUntilReadyForAudio(int track, std::stop_token stop) const {
+    std::unique_lock lock(d->queueLock);
+    d->roomChanged.wait(lock, stop, [this, track] { return d->audioSettled(track); });
+    return d->audioReady(track);
 }
 
 tl::expected<void, MediaError> MediaWriter::appendVideo(const VideoFrame& frame, MediaTime time) {
@@ -523,6 +569,7 @@ void MediaWriter::markVideoFinished() {
         d->videoFinishMarked = true;
     }
     d->workReady.notify_one();
+    d->roomChanged.notify_all();
 }
 
 void MediaWriter::markAudioFinished(int track) {
@@ -532,6 +579,7 @@ void MediaWriter::markAudioFinished(int track) {
             d->audio[std::size_t(track)].finishMarked = true;
     }
     d->workReady.notify_one();
+    d->roomChanged.notify_all();
 }
 
 std::optional<MediaError> MediaWriter::error() const {
@@ -553,6 +601,7 @@ tl::expected<void, MediaError> MediaWriter::finish() {
         for (auto& t : d->audio)
             t.finishMarked = true;
         d->workReady.notify_all();
+        d->roomChanged.notify_all();
         d->threadEnded.wait(lock, [this] { return d->threadDone; });
     }
     d->encoderThread.join();
@@ -579,6 +628,7 @@ void MediaWriter::cancel() {
             d->error = MediaError::media(MediaError::cancelled, QStringLiteral("Writing was cancelled."));
     }
     d->workReady.notify_all();
+    d->roomChanged.notify_all();
     if (d->encoderThread.joinable())
         d->encoderThread.join();
     d->closed = true;

@@ -2,9 +2,9 @@
 
 #include "media/FramePool.h"
 #include "media/MediaError.h"
-#include "project/MediaTime.h"
 #include "media/MediaWriterSettings.h"
 #include "media/VideoFrame.h"
+#include "project/MediaTime.h"
 
 #include <QString>
 
@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <stop_token>
 
 namespace orvane {
 
@@ -30,9 +31,10 @@ namespace orvane {
 // relative to it, and what lies before it is trimmed. Video times must increase. Audio that starts later
 // than the previous chunk ended leaves silence, audio that overlaps loses its head.
 //
-// Thread-safety: appends, the isReady* calls, the mark*Finished calls and error() may be called from any
-// threads at once. finish() and cancel() are for one thread, after the last append. The writer has one lock,
-// queueLock; it is never held while encoding, writing the file, or calling back into the caller.
+// Thread-safety: appends, the isReady* and waitUntilReady* calls, the mark*Finished calls and error() may be
+// called from any threads at once. finish() and cancel() are for one thread, after the last append. The
+// writer has one lock, queueLock; it is never held while encoding, writing the file, or calling back into the
+// caller.
 class MediaWriter {
 public:
     // Opens the encoders and the file and writes its header. An existing file at `path` is replaced.
@@ -54,6 +56,11 @@ public:
 
     bool isReadyForVideo() const;
     bool isReadyForAudio(int track) const;
+    // Block until the matching isReady* call would say true, or it can no longer turn true (the writer
+    // failed or was cancelled, the track is finished or does not exist), or `stop` is requested; then
+    // return what isReady* says. For producers that may wait for the encoder, unlike a capture callback.
+    bool waitUntilReadyForVideo(std::stop_token stop = {}) const;
+    bool waitUntilReadyForAudio(int track, std::stop_token stop = {}) const;
     // The frame is kept (not copied) until it is encoded: do not draw into it after appending.
     tl::expected<void, MediaError> appendVideo(const VideoFrame& frame, MediaTime time);
     // `samples` is interleaved float at the track's rate and channel count; it is copied.

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <thread>
 #include <vector>
@@ -76,6 +77,23 @@ TEST(FramePool, RefusesBeyondItsLimitUntilAFrameComesBack) {
     EXPECT_TRUE(pool.acquire().isNull());
     a = VideoFrame();
     EXPECT_FALSE(pool.acquire().isNull());
+    EXPECT_EQ(pool.allocatedCount(), 2u);
+
+    // A timed acquire waits for a frame that comes home from another thread, and gives up after its time
+    // when none does.
+    VideoFrame held = pool.acquire();
+    ASSERT_FALSE(held.isNull());
+    const auto started = std::chrono::steady_clock::now();
+    EXPECT_TRUE(pool.acquire(std::chrono::milliseconds(40)).isNull());
+    EXPECT_GE(std::chrono::steady_clock::now() - started, std::chrono::milliseconds(40));
+    std::thread giver([&held] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        held = VideoFrame();
+    });
+    const VideoFrame waited = pool.acquire(std::chrono::seconds(10));
+    giver.join();
+    EXPECT_FALSE(waited.isNull());
+    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(5)) << "woken by the return";
     EXPECT_EQ(pool.allocatedCount(), 2u);
 }
 

@@ -6,7 +6,6 @@
 #include <QStandardPaths>
 #include <QString>
 #include <QStringList>
-#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -117,8 +116,7 @@ inline tl::expected<void, MediaError> writeTestMovie(const QString& path, MediaW
     MediaWriter& writer = **created;
     const auto& video = *settings.video;
     for (int i = 0; i < frameCount; ++i) {
-        while (!writer.isReadyForVideo() && !writer.error())
-            QThread::msleep(1);
+        writer.waitUntilReadyForVideo(); // not ready only after a failure, which the append reports
         VideoFrame frame = writer.framePool().acquire();
         const FrameColour c = frameColour(i);
         frame.fill(c.b, c.g, c.r, 255);
@@ -131,8 +129,7 @@ inline tl::expected<void, MediaError> writeTestMovie(const QString& path, MediaW
         for (int at = 0; at < audioFrames; at += 1024) {
             const int n = std::min(1024, audioFrames - at);
             const auto chunk = sine(440, at, n);
-            while (!writer.isReadyForAudio(int(track)) && !writer.error())
-                QThread::msleep(1);
+            writer.waitUntilReadyForAudio(int(track));
             if (auto ok = writer.appendAudio(int(track), chunk, MediaTime{at, 48000}); !ok)
                 return ok;
         }

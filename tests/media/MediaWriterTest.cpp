@@ -12,6 +12,8 @@
 #include <sys/resource.h>
 
 #include <csignal>
+#include <cstring>
+#include <future>
 #include <numeric>
 #include <random>
 
@@ -142,8 +144,7 @@ TEST_F(MediaWriterTest, BackPressureRefusesFramesBeyondTheQueueAndLosesNone) {
         sawNotReady = true;
         ++refused;
         // A refusal changes nothing: waiting for readiness lets the same frame in.
-        while (!w.isReadyForVideo())
-            QThread::msleep(1);
+        ASSERT_TRUE(w.waitUntilReadyForVideo());
         ASSERT_TRUE(w.appendVideo(f, MediaTime{accepted * 20, 600}));
         ++accepted;
     }
@@ -158,9 +159,43 @@ TEST_F(MediaWriterTest, BackPressureRefusesFramesBeyondTheQueueAndLosesNone) {
     std::vector<int> expected(12);
     std::iota(expected.begin(), expected.end(), 0);
     EXPECT_EQ(decodedFrameIndices(file, 12), expected);
-    // After finishing, appends are refused.
+    // After finishing, appends are refused and nothing waits for room.
     EXPECT_FALSE(w.isReadyForVideo());
+    EXPECT_FALSE(w.waitUntilReadyForVideo());
     EXPECT_FALSE(w.appendVideo(pool.acquire(), MediaTime{10000, 600}));
+}
+
+TEST_F(MediaWriterTest, AStopRequestEndsAWaitForRoomWhileTheEncoderIsBusy) {
+    // One frame of noise at the slowest x264 preset keeps the encoder busy for a long while, with the
+    // next frame filling the one-frame queue behind it.
+    auto settings = smallVideoSettings(VideoCodec::h264, ContainerFormat::mov, 1920, 1080);
+    settings.video->preset = QStringLiteral("placebo");
+    settings.video->realTime = true;
+    settings.video->threads = 1;
+    settings.videoQueueDepth = 1;
+    auto writer = MediaWriter::create(path("busy.mov"), settings);
+    ASSERT_TRUE(writer);
+    MediaWriter& w = **writer;
+    VideoFrame noise = w.framePool().acquire();
+    std::mt19937 random(3);
+    for (int y = 0; y < noise.height(); ++y)
+        for (int x = 0; x < noise.width() * 4; x += 4)
+            std::memset(noise.row(y) + x, int(random() & 0xff), 3);
+    ASSERT_TRUE(w.appendVideo(noise, MediaTime{0, 600}));
+    ASSERT_TRUE(w.waitUntilReadyForVideo()) << "the encoder took the first frame";
+    ASSERT_TRUE(w.appendVideo(noise, MediaTime{20, 600}));
+
+    std::stop_source stop;
+    auto waiting = std::async(std::launch::async, [&] { return w.waitUntilReadyForVideo(stop.get_token()); });
+    EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    const auto stopped = std::chrono::steady_clock::now();
+    stop.request_stop();
+    ASSERT_EQ(waiting.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_LT(std::chrono::steady_clock::now() - stopped, std::chrono::milliseconds(100));
+    EXPECT_FALSE(waiting.get()) << "the queue was still full";
+    // A stop requested before the wait does not wait at all.
+    EXPECT_FALSE(w.waitUntilReadyForVideo(stop.get_token()));
+    w.cancel();
 }
 
 TEST_F(MediaWriterTest, TheFirstFailureIsKeptAndReportedByEveryLaterCall) {
@@ -179,8 +214,7 @@ TEST_F(MediaWriterTest, TheFirstFailureIsKeptAndReportedByEveryLaterCall) {
     std::mt19937 noise(7);
     std::optional<MediaError> seen;
     for (int i = 0; i < 400 && !seen; ++i) {
-        while (!w.isReadyForVideo() && !w.error())
-            QThread::msleep(1);
+        w.waitUntilReadyForVideo();
         VideoFrame f = w.framePool().acquire();
         if (!f)
             continue;
@@ -202,6 +236,7 @@ TEST_F(MediaWriterTest, TheFirstFailureIsKeptAndReportedByEveryLaterCall) {
     EXPECT_EQ(finished.error(), *seen);
     EXPECT_EQ(w.error(), seen);
     EXPECT_FALSE(w.isReadyForVideo());
+    EXPECT_FALSE(w.waitUntilReadyForVideo());
 }
 
 TEST_F(MediaWriterTest, SessionStartTrimsEarlierSamplesAndAudioFollowsItsTimestamps) {
@@ -227,8 +262,7 @@ TEST_F(MediaWriterTest, SessionStartTrimsEarlierSamplesAndAudioFollowsItsTimesta
         const FrameColour c = frameColour(i);
         f.fill(c.b, c.g, c.r, 255);
         ASSERT_TRUE(w.appendVideo(f, MediaTime{start + i * 1600, 48000}));
-        while (!w.isReadyForVideo())
-            QThread::msleep(1);
+        ASSERT_TRUE(w.waitUntilReadyForVideo());
     }
     ASSERT_TRUE(w.finish());
 
@@ -358,8 +392,7 @@ TEST_F(MediaWriterTest, ATrackThatNeverGetsSamplesLeavesAPlayableMovieAndCancelR
         ASSERT_TRUE(writer);
         MediaWriter& w = **writer;
         for (int i = 0; i < 10; ++i) {
-            while (!w.isReadyForVideo())
-                QThread::msleep(1);
+            ASSERT_TRUE(w.waitUntilReadyForVideo());
             ASSERT_TRUE(w.appendVideo(w.framePool().acquire(), MediaTime{i * 20, 600}));
             ASSERT_TRUE(w.appendAudio(0, sine(440, i * 1600, 1600), MediaTime{i * 1600, 48000}));
         }
@@ -378,6 +411,8 @@ TEST_F(MediaWriterTest, ATrackThatNeverGetsSamplesLeavesAPlayableMovieAndCancelR
     ASSERT_TRUE((*writer)->appendVideo((*writer)->framePool().acquire(), MediaTime{0, 600}));
     (*writer)->cancel();
     EXPECT_FALSE(QFileInfo::exists(cancelled));
+    EXPECT_FALSE((*writer)->waitUntilReadyForVideo());
+    EXPECT_FALSE((*writer)->waitUntilReadyForAudio(0));
     auto late = (*writer)->appendVideo((*writer)->framePool().acquire(), MediaTime{20, 600});
     ASSERT_FALSE(late);
     EXPECT_TRUE(late.error().is(MediaError::cancelled));
