@@ -4,7 +4,7 @@
 
 #include "AppState.h"
 #include "capture/PermissionsManager.h"
-#include "capture/x11/ManualZoomHotkey.h"
+#include "direction/ManualZoomKeyframes.h"
 #include "support/Clock.h"
 #include "support/Log.h"
 #include "support/UserDefaults.h"
@@ -280,7 +280,7 @@ Clip RecordingController::makeRecordingClip(const Project& project, const Captur
     // Only the user's own marks become zoom keyframes; auto-zoom is something the user asks for.
     KeyframeTrack<NormalizedRect> zoom;
     if (!result.manualZoomEvents.empty())
-        zoom = ManualZoomHotkey::generateKeyframeTrack(result.manualZoomEvents, result.frameSize,
+        zoom = ManualZoomKeyframes::generate(result.manualZoomEvents, result.frameSize,
                                                        project.defaultAutoZoom, result.duration);
     const auto nonEmpty = [](const QString& path) {
         return path.isEmpty() ? std::nullopt : std::optional<QString>(path);

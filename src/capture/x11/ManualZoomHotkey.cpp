@@ -3,7 +3,6 @@
 #include "X11Connection.h"
 #include "XkbKeyboard.h"
 #include "capture/InputEvent.h"
-#include "direction/ManualZoomKeyframes.h"
 #include "support/Log.h"
 
 #include <QLocale>
@@ -172,12 +171,6 @@ bool ManualZoomHotkey::ownWindowHasFocus() {
         window = tree->parent;
     }
     return false;
-}
-
-KeyframeTrack<NormalizedRect>
-ManualZoomHotkey::generateKeyframeTrack(const std::vector<ManualZoomEvent>& marks, Size sourceSize,
-                                        const AutoZoomConfig& config, ProjectTime clipDuration) {
-    return ManualZoomKeyframes::generate(marks, sourceSize, config, clipDuration);
 }
 
 } // namespace orvane

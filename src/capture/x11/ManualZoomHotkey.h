@@ -2,8 +2,6 @@
 
 #include "capture/ManualZoomEvent.h"
 #include "capture/SourceMapping.h"
-#include "project/AutoZoomConfig.h"
-#include "project/KeyframeTrack.h"
 
 #include <QByteArray>
 
@@ -35,11 +33,6 @@ public:
     const std::vector<ManualZoomEvent>& events() const { return m_events; }
     // Presses of the chord heard since start, marks or not: what a status line or a test can wait on.
     std::size_t chordsHeard() const { return m_chordsHeard; }
-
-    // The marks as zoom keyframes: ManualZoomKeyframes::generate, which new code calls directly.
-    static KeyframeTrack<NormalizedRect> generateKeyframeTrack(const std::vector<ManualZoomEvent>& marks,
-                                                               Size sourceSize, const AutoZoomConfig& config,
-                                                               ProjectTime clipDuration);
 
 private:
     class Listener;
