@@ -157,7 +157,7 @@ int main(int argc, char** argv) {
 
     AppStateAPIDelegate delegate(app);
     const quint16 apiPort = freePort();
-    LocalAPIServer server(&delegate, &app, apiPort);
+    LocalAPIServer server(&delegate, &app, defaults, apiPort);
     server.start();
     if (!waitForListener(apiPort)) {
         std::fprintf(stderr, "the API server did not start\n");

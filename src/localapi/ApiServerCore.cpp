@@ -1,5 +1,7 @@
 #include "ApiServerCore.h"
 
+#include "ApiAccess.h"
+
 #include <QHostAddress>
 #include <QLoggingCategory>
 
@@ -24,11 +26,12 @@ bool matches(const LocalAPIServer::Route& route, const HttpRequest& request, QSt
 } // namespace
 
 ApiServerCore::ApiServerCore(quint16 port, const std::vector<LocalAPIServer::Route>& routes,
-                             QDateTime startTime, QString appVersion)
+                             QDateTime startTime, QString appVersion, QString settingsPath)
     : m_port(port)
     , m_routes(routes)
     , m_startTime(std::move(startTime))
     , m_appVersion(std::move(appVersion))
+    , m_allowedOrigins(std::move(settingsPath))
     , m_retryDelay([](int retry) { return std::chrono::milliseconds(1000LL << retry); }) {}
 
 void ApiServerCore::start() {
@@ -108,25 +111,8 @@ void ApiServerCore::readFrom(quintptr id) {
         dispatch(id);
 }
 
-bool ApiServerCore::requestComplete(const Connection& c) const {
-    if (c.buffer.size() >= LocalAPIServer::maxRequestBytes)
-        return true;
-    const qsizetype headerEnd = c.buffer.indexOf("\r\n\r\n");
-    if (headerEnd < 0)
-        return false;
-    // With a Content-Length, wait for that many body bytes; without, the headers are the request.
-    const QByteArray headers = c.buffer.left(headerEnd).toLower();
-    const qsizetype at = headers.indexOf("\r\ncontent-length:");
-    if (at < 0)
-        return true;
-    const qsizetype valueStart = at + 17;
-    const qsizetype valueEnd = headers.indexOf("\r\n", valueStart);
-    bool ok = false;
-    const qint64 length =
-        headers.mid(valueStart, valueEnd < 0 ? -1 : valueEnd - valueStart).trimmed().toLongLong(&ok);
-    if (!ok || length < 0)
-        return true;
-    return c.buffer.size() - (headerEnd + 4) >= length;
+bool ApiServerCore::requestComplete(const Connection& c) {
+    return c.buffer.size() >= LocalAPIServer::maxRequestBytes || httpRequestComplete(c.buffer);
 }
 
 void ApiServerCore::sweep() {
@@ -179,6 +165,14 @@ void ApiServerCore::dispatch(quintptr id) {
     qCDebug(lcServer, "Received %lld bytes: %s", qint64(bytes.size()),
             qPrintable(QString::fromUtf8(bytes.left(80))));
 
+    // Who may ask is settled before any route, the preflight, /health and the not-found answer included.
+    ApiAccess access = decideApiAccess(request, m_port, [this] { return m_allowedOrigins.read(); });
+    c.cors = std::move(access.cors);
+    if (access.refusal) {
+        endpoint->send(id, *access.refusal);
+        return;
+    }
+
     if (request.method == QLatin1StringView("OPTIONS")) {
         endpoint->send(id, ApiResponse{204, std::nullopt});
         return;
@@ -211,7 +205,7 @@ void ApiServerCore::handleHealth(const ApiCall& call) {
     }));
 }
 
-void ApiServerCore::send(quintptr id, const QByteArray& bytes) {
+void ApiServerCore::send(quintptr id, const ApiResponse& response) {
     auto it = m_connections.find(id);
     if (it == m_connections.end())
         return;
@@ -221,6 +215,7 @@ void ApiServerCore::send(quintptr id, const QByteArray& bytes) {
         close(id);
         return;
     }
+    const QByteArray bytes = buildHttpResponse(response.status, response.body, it->cors);
     m_connections.erase(it);
     --openConnections;
     socket->disconnect(this);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AllowedOriginsPreference.h"
 #include "LocalAPIServer.h"
 
 #include <QElapsedTimer>
@@ -19,8 +20,9 @@ namespace orvane {
 class ApiServerCore : public QObject {
     Q_OBJECT
 public:
+    // `settingsPath`: the application's settings file, where the allowed web origins are listed.
     ApiServerCore(quint16 port, const std::vector<LocalAPIServer::Route>& routes, QDateTime startTime,
-                  QString appVersion);
+                  QString appVersion, QString settingsPath);
 
     void setEndpoint(std::weak_ptr<ApiEndpoint> endpoint) { m_endpoint = std::move(endpoint); }
     void setRetryDelay(std::function<std::chrono::milliseconds(int)> delay) {
@@ -35,7 +37,8 @@ public:
 
     // Server thread.
     void start();
-    void send(quintptr connection, const QByteArray& bytes);
+    // The answer goes out with the cross-origin headers its request earned.
+    void send(quintptr connection, const ApiResponse& response);
 
     std::atomic<int> retryCount = 0;
     std::atomic<bool> listening = false;
@@ -52,11 +55,12 @@ private:
         QElapsedTimer sinceOpen;
         QElapsedTimer sinceLastByte;
         bool dispatched = false;
+        HttpCorsGrant cors;
     };
 
     void acceptConnections();
     void readFrom(quintptr id);
-    bool requestComplete(const Connection& c) const;
+    static bool requestComplete(const Connection& c);
     void dispatch(quintptr id);
     void sweep();
     void close(quintptr id);
@@ -66,6 +70,7 @@ private:
     const std::vector<LocalAPIServer::Route>& m_routes;
     QDateTime m_startTime;
     QString m_appVersion;
+    AllowedOriginsPreference m_allowedOrigins;
     std::weak_ptr<ApiEndpoint> m_endpoint;
     std::function<std::chrono::milliseconds(int)> m_retryDelay;
     std::chrono::milliseconds m_idleLimit = LocalAPIServer::idleConnectionLimit;

@@ -8,9 +8,9 @@ namespace {
 // Owned by AppState next to the server, so the delegate lives exactly as long as the server does.
 class ServerWithDelegate : public QObject {
 public:
-    explicit ServerWithDelegate(AppState& app)
+    ServerWithDelegate(AppState& app, const UserDefaults& defaults)
         : m_delegate(app)
-        , m_server(&m_delegate, &app) {}
+        , m_server(&m_delegate, &app, defaults) {}
     LocalAPIServer& server() { return m_server; }
 
 private:
@@ -31,10 +31,10 @@ LocalScreenAPIDelegate::ExportCounts AppStateAPIDelegate::exportCounts() const {
     return counts;
 }
 
-void ensureLocalAPIServer(AppState& app) {
+void ensureLocalAPIServer(AppState& app, const UserDefaults& defaults) {
     if (app.localAPIServer())
         return;
-    auto holder = std::make_unique<ServerWithDelegate>(app);
+    auto holder = std::make_unique<ServerWithDelegate>(app, defaults);
     holder->server().start();
     app.setLocalAPIServer(std::move(holder));
 }

@@ -61,7 +61,8 @@ private:
     AppState& m_app;
 };
 
-// Makes the one loopback server for `app` if it has none, and starts it.
-void ensureLocalAPIServer(AppState& app);
+// Makes the one loopback server for `app` if it has none, and starts it. `defaults` is the settings store
+// `app` was made with; the server reads the web origins it lets in from there.
+void ensureLocalAPIServer(AppState& app, const UserDefaults& defaults);
 
 } // namespace orvane

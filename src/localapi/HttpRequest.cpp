@@ -4,6 +4,37 @@
 
 namespace orvane {
 
+namespace {
+
+struct HeaderLine {
+    QString name; // lower-cased
+    QString value;
+};
+
+// The header lines between the request line and the blank line. A line that starts with a space or a
+// tab continues the one before (the old folded form): it is joined to that value, never read as a header
+// of its own, so a folded "Host:" cannot slip in past the checks.
+QList<HeaderLine> headerLines(QStringView block) {
+    QList<HeaderLine> lines;
+    for (QStringView line : block.tokenize(QStringLiteral("\r\n"))) {
+        if (line.isEmpty())
+            continue;
+        if (line.front() == u' ' || line.front() == u'\t') {
+            if (!lines.isEmpty())
+                lines.back().value += u' ' + line.trimmed().toString();
+            continue;
+        }
+        const qsizetype colon = line.indexOf(u':');
+        if (colon <= 0)
+            continue;
+        lines.append(
+            {line.left(colon).trimmed().toString().toLower(), line.mid(colon + 1).trimmed().toString()});
+    }
+    return lines;
+}
+
+} // namespace
+
 std::variant<HttpRequest, HttpRequestError> parseHttpRequest(const QByteArray& bytes) {
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString text = decoder.decode(bytes);
@@ -34,6 +65,19 @@ std::variant<HttpRequest, HttpRequestError> parseHttpRequest(const QByteArray& b
         request.segments << segment;
 
     const qsizetype bodyStart = text.indexOf(QStringLiteral("\r\n\r\n"));
+    if (lineEnd >= 0 && bodyStart != lineEnd) {
+        const qsizetype headersEnd = bodyStart < 0 ? text.size() : bodyStart;
+        const QStringView block = QStringView(text).mid(lineEnd + 2, headersEnd - (lineEnd + 2));
+        for (const HeaderLine& header : headerLines(block)) {
+            if (header.name == QLatin1StringView("host"))
+                request.hosts << header.value;
+            else if (header.name == QLatin1StringView("origin"))
+                request.origins << header.value;
+            else if (header.name == QLatin1StringView("access-control-request-private-network"))
+                request.asksPrivateNetworkAccess =
+                    header.value.compare(QLatin1StringView("true"), Qt::CaseInsensitive) == 0;
+        }
+    }
     if (bodyStart >= 0) {
         const QByteArray body = text.mid(bodyStart + 4).toUtf8();
         if (!body.isEmpty()) {
@@ -45,6 +89,25 @@ std::variant<HttpRequest, HttpRequestError> parseHttpRequest(const QByteArray& b
     return request;
 }
 
+bool httpRequestComplete(const QByteArray& bytes) {
+    const qsizetype headerEnd = bytes.indexOf("\r\n\r\n");
+    if (headerEnd < 0)
+        return false;
+    // With a Content-Length, wait for that many body bytes; without, the headers are the request.
+    const QByteArray headers = bytes.left(headerEnd).toLower();
+    const qsizetype at = headers.indexOf("\r\ncontent-length:");
+    if (at < 0)
+        return true;
+    const qsizetype valueStart = at + 17;
+    const qsizetype valueEnd = headers.indexOf("\r\n", valueStart);
+    bool ok = false;
+    const qint64 length =
+        headers.mid(valueStart, valueEnd < 0 ? -1 : valueEnd - valueStart).trimmed().toLongLong(&ok);
+    if (!ok || length < 0)
+        return true;
+    return bytes.size() - (headerEnd + 4) >= length;
+}
+
 QString httpStatusText(int status) {
     switch (status) {
     case 200:
@@ -53,6 +116,8 @@ QString httpStatusText(int status) {
         return QStringLiteral("No Content");
     case 400:
         return QStringLiteral("Bad Request");
+    case 403:
+        return QStringLiteral("Forbidden");
     case 404:
         return QStringLiteral("Not Found");
     case 500:
@@ -64,16 +129,23 @@ QString httpStatusText(int status) {
     }
 }
 
-QByteArray buildHttpResponse(int status, const std::optional<JsonObject>& body) {
+QByteArray buildHttpResponse(int status, const std::optional<JsonObject>& body, const HttpCorsGrant& cors) {
     const QByteArray payload = body ? writeCompactJson(*body) : QByteArray();
     QByteArray response;
     response.reserve(256 + payload.size());
     response += "HTTP/1.1 " + QByteArray::number(status) + ' ' + httpStatusText(status).toLatin1() + "\r\n";
     response += "Content-Type: application/json\r\n";
     response += "Content-Length: " + QByteArray::number(payload.size()) + "\r\n";
-    response += "Access-Control-Allow-Origin: *\r\n";
-    response += "Access-Control-Allow-Methods: GET, POST, OPTIONS\r\n";
-    response += "Access-Control-Allow-Headers: Content-Type\r\n";
+    if (cors.allowOrigin) {
+        response += "Access-Control-Allow-Origin: " + cors.allowOrigin->toUtf8() + "\r\n";
+        // An answer that names one origin must not be served from a cache to another.
+        if (*cors.allowOrigin != QLatin1StringView("*"))
+            response += "Vary: Origin\r\n";
+        response += "Access-Control-Allow-Methods: GET, POST, OPTIONS\r\n";
+        response += "Access-Control-Allow-Headers: Content-Type\r\n";
+        if (cors.allowPrivateNetwork)
+            response += "Access-Control-Allow-Private-Network: true\r\n";
+    }
     response += "Connection: close\r\n";
     response += "\r\n";
     response += payload;

@@ -12,11 +12,20 @@
 namespace orvane {
 
 // One request as the loopback API reads it: the method upper-cased, the path split into its non-empty
-// segments (a query string stays part of the last one), and the body when it is a JSON object.
+// segments (a query string stays part of the last one), the few headers the server's checks read, and
+// the body when it is a JSON object.
 struct HttpRequest {
     QString method;
     QString path;
     QStringList segments;
+    // Every value of the Host and Origin headers, trimmed, in the order sent. A header sent twice keeps
+    // both values, so a check can refuse the ambiguity instead of guessing which one a proxy or the
+    // browser meant.
+    QStringList hosts;
+    QStringList origins;
+    // "Access-Control-Request-Private-Network: true": a browser's preflight asking whether a page may
+    // reach this machine's private network.
+    bool asksPrivateNetworkAccess = false;
     std::optional<JsonObject> body;
 
     // "/a/b" as the not-found text shows it.
@@ -32,8 +41,23 @@ struct HttpRequestError {
 // are errors; a body that is missing or is not a JSON object is simply absent.
 std::variant<HttpRequest, HttpRequestError> parseHttpRequest(const QByteArray& bytes);
 
+// Whether `bytes` hold a whole request: the headers have ended and, when they give a Content-Length,
+// that many body bytes have come. A length that does not read as a number counts as none.
+bool httpRequestComplete(const QByteArray& bytes);
+
+// The cross-origin headers of one answer.
+struct HttpCorsGrant {
+    // "*" for clients that sent no Origin; the page's own origin when that origin is allowed; none at all
+    // for a request that was refused, so that the browser keeps the answer from the page.
+    std::optional<QString> allowOrigin = QStringLiteral("*");
+    bool allowPrivateNetwork = false;
+
+    bool operator==(const HttpCorsGrant&) const = default;
+};
+
 // The whole response: status line, the fixed headers and the compact JSON body (keys sorted).
-QByteArray buildHttpResponse(int status, const std::optional<JsonObject>& body);
+QByteArray buildHttpResponse(int status, const std::optional<JsonObject>& body,
+                             const HttpCorsGrant& cors = {});
 QString httpStatusText(int status);
 
 } // namespace orvane

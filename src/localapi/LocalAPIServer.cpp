@@ -21,12 +21,12 @@ public:
     void attach(ApiServerCore* core) { m_core = core; }
 
     void send(quintptr connection, const ApiResponse& response) override {
-        const QByteArray bytes = buildHttpResponse(response.status, response.body);
         QPointer<ApiServerCore> core = m_core;
         if (!core)
             return;
+        // The bytes are made on the server's thread, which knows the cross-origin headers of the request.
         QMetaObject::invokeMethod(
-            core, [core, connection, bytes] { core->send(connection, bytes); }, Qt::QueuedConnection);
+            core, [core, connection, response] { core->send(connection, response); }, Qt::QueuedConnection);
     }
 
     LocalScreenAPIDelegate* delegate() override { return m_lifetime ? m_delegate : nullptr; }
@@ -66,14 +66,15 @@ void handleStatus(const ApiCall& call) {
 
 } // namespace
 
-LocalAPIServer::LocalAPIServer(LocalScreenAPIDelegate* delegate, QObject* delegateLifetime, quint16 port)
+LocalAPIServer::LocalAPIServer(LocalScreenAPIDelegate* delegate, QObject* delegateLifetime,
+                               const UserDefaults& defaults, quint16 port)
     : m_port(port)
     , m_startTime(QDateTime::currentDateTimeUtc())
     , m_routes(buildRoutes()) {
     auto endpoint = std::make_shared<Endpoint>(delegate, delegateLifetime);
     m_endpoint = endpoint;
     m_thread.setObjectName(QStringLiteral("tech.velvetcomet.orvane.screen.localapi"));
-    m_core = new ApiServerCore(m_port, m_routes, m_startTime, appVersion());
+    m_core = new ApiServerCore(m_port, m_routes, m_startTime, appVersion(), defaults.fileName());
     m_core->setEndpoint(m_endpoint);
     endpoint->attach(m_core);
     m_core->moveToThread(&m_thread);

@@ -2,6 +2,7 @@
 
 #include "ApiCall.h"
 #include "LocalScreenAPIDelegate.h"
+#include "support/UserDefaults.h"
 
 #include <QDateTime>
 #include <QObject>
@@ -42,8 +43,11 @@ public:
         Handler handler;
     };
 
-    // `delegateLifetime` is the object whose destruction means "the application has gone".
-    LocalAPIServer(LocalScreenAPIDelegate* delegate, QObject* delegateLifetime, quint16 port = defaultPort);
+    // `delegateLifetime` is the object whose destruction means "the application has gone". `defaults` is
+    // the application's settings store, where the web origins allowed in are listed (ApiAccess.h); the
+    // server rereads it as requests come, so a change counts while it runs.
+    LocalAPIServer(LocalScreenAPIDelegate* delegate, QObject* delegateLifetime, const UserDefaults& defaults,
+                   quint16 port = defaultPort);
     ~LocalAPIServer() override;
 
     void start();

@@ -4,6 +4,7 @@
 #include "LocalAPIServer.h"
 #include "app/CommandLine.h"
 #include "support/Log.h"
+#include "support/UserDefaults.h"
 
 #include <QCoreApplication>
 #include <QCoro/QCoroTask>
@@ -30,7 +31,7 @@ class ServeSession : public QObject {
 public:
     ServeSession(AppState& app, quint16 port)
         : m_delegate(app)
-        , m_server(&m_delegate, &app, port) {}
+        , m_server(&m_delegate, &app, UserDefaults::standard(), port) {}
     LocalAPIServer& server() { return m_server; }
 
 private:

@@ -30,4 +30,8 @@ void UserDefaults::sync() {
     m_settings->sync();
 }
 
+QString UserDefaults::fileName() const {
+    return m_settings->fileName();
+}
+
 } // namespace orvane

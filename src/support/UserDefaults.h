@@ -23,6 +23,8 @@ public:
     void setValue(const QString& key, const QVariant& value);
     void remove(const QString& key);
     void sync();
+    // The file behind the store, for a reader on another thread, which must open a QSettings of its own.
+    QString fileName() const;
 
 private:
     UserDefaults();

@@ -32,7 +32,7 @@ protected:
     void SetUp() override {
         m_defaults.setValue(QStringLiteral("recordingSaveDirectory"),
                             m_dir.filePath(QStringLiteral("Projects")));
-        m_server = std::make_unique<LocalAPIServer>(&m_delegate, m_lifetime.get(), m_port);
+        m_server = std::make_unique<LocalAPIServer>(&m_delegate, m_lifetime.get(), m_defaults, m_port);
         QSignalSpy ready(m_server.get(), &LocalAPIServer::listening);
         m_server->start();
         ASSERT_TRUE(ready.wait(5000));
@@ -415,7 +415,7 @@ TEST(LocalAPIServerLimits, ListensOnLoopbackOnlyAndGivesUpWhenThePortStaysTaken)
     AppStateAPIDelegate delegate(app);
     const quint16 port = freeLoopbackPort();
     {
-        LocalAPIServer server(&delegate, &lifetime, port);
+        LocalAPIServer server(&delegate, &lifetime, defaults, port);
         QSignalSpy ready(&server, &LocalAPIServer::listening);
         server.start();
         ASSERT_TRUE(ready.wait(5000));
@@ -442,7 +442,7 @@ TEST(LocalAPIServerLimits, ListensOnLoopbackOnlyAndGivesUpWhenThePortStaysTaken)
 
     QTcpServer squatter;
     ASSERT_TRUE(squatter.listen(QHostAddress::LocalHost, port));
-    LocalAPIServer server(&delegate, &lifetime, port);
+    LocalAPIServer server(&delegate, &lifetime, defaults, port);
     std::vector<int> retries;
     server.setRetryDelay([&](int retry) {
         retries.push_back(retry);

@@ -139,7 +139,7 @@ struct TestServer {
     AppState app{{defaults, recents, Clock::system()}};
     AppStateAPIDelegate delegate{app};
     quint16 port = freeLoopbackPort();
-    LocalAPIServer server{&delegate, &lifetime, port};
+    LocalAPIServer server{&delegate, &lifetime, defaults, port};
     bool started = false;
 };
 
