@@ -27,6 +27,7 @@ InterruptWatcher::InterruptWatcher(std::function<void()> onInterrupt)
         char byte;
         while (::read(interruptPipe[0], &byte, 1) > 0) {
         }
+        m_heard = true;
         m_onInterrupt();
     });
     for (int signal : {SIGINT, SIGTERM, SIGHUP})
@@ -36,8 +37,10 @@ InterruptWatcher::InterruptWatcher(std::function<void()> onInterrupt)
 InterruptWatcher::~InterruptWatcher() {
     if (!m_notifier)
         return;
+    // Once one was heard the process is on its way out and its work is kept; a further signal during
+    // the last steps must not turn a clean exit into a killed one.
     for (int signal : {SIGINT, SIGTERM, SIGHUP})
-        std::signal(signal, SIG_DFL);
+        std::signal(signal, m_heard ? SIG_IGN : SIG_DFL);
     m_notifier.reset();
     ::close(interruptPipe[0]);
     ::close(interruptPipe[1]);

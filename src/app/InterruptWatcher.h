@@ -24,6 +24,7 @@ public:
 private:
     std::function<void()> m_onInterrupt;
     std::unique_ptr<QSocketNotifier> m_notifier;
+    bool m_heard = false;
 };
 
 } // namespace orvane
