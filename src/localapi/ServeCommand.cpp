@@ -2,30 +2,20 @@
 
 #include "AppStateAPIDelegate.h"
 #include "LocalAPIServer.h"
+#include "app/AppState.h"
 #include "app/CommandLine.h"
+#include "app/InterruptWatcher.h"
 #include "support/Log.h"
 #include "support/UserDefaults.h"
 
 #include <QCoreApplication>
 #include <QCoro/QCoroTask>
-#include <QSocketNotifier>
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <csignal>
+#include <cstdio>
 
 namespace orvane {
 
 namespace {
-
-int signalPipe[2] = {-1, -1};
-
-void onSignal(int signal) {
-    const char byte = char(signal);
-    // Only async-signal-safe work here: the event loop reads the pipe and does the rest.
-    [[maybe_unused]] const ssize_t n = ::write(signalPipe[1], &byte, 1);
-}
 
 class ServeSession : public QObject {
 public:
@@ -49,18 +39,6 @@ int runServeCommand(AppState& app, const QStringList& arguments) {
     if (bad || !args.isEmpty() || port <= 0 || port > 65535)
         return cli::fail(QStringLiteral("usage: orvane-screen serve [--port N]"));
 
-    if (::pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
-        return cli::fail(QStringLiteral("cannot watch for signals"));
-    std::signal(SIGINT, onSignal);
-    std::signal(SIGTERM, onSignal);
-    QSocketNotifier notifier(signalPipe[0], QSocketNotifier::Read);
-    QObject::connect(&notifier, &QSocketNotifier::activated, [] {
-        char byte;
-        while (::read(signalPipe[0], &byte, 1) > 0) {
-        }
-        QCoreApplication::quit();
-    });
-
     auto session = std::make_unique<ServeSession>(app, quint16(port));
     LocalAPIServer& server = session->server();
     QObject::connect(&server, &LocalAPIServer::listening, [port] {
@@ -71,6 +49,24 @@ int runServeCommand(AppState& app, const QStringList& arguments) {
     // The window's start-up reads the permissions; without one they would stay unknown, and every start
     // over the API would be refused in silence.
     QCoro::waitFor(app.refreshPermissions());
+
+    // Ctrl-C, SIGTERM and SIGHUP end the server the way quitting ends the window: a recording under way is
+    // stopped and appended to its project, within the same time limit, before the process goes. Watching
+    // starts only now, because a quit during the wait above would end that wait's loop and not the server's.
+    bool terminating = false;
+    InterruptWatcher interrupt([&] {
+        // A second signal while the recording stops must not cut the stop short.
+        if (terminating)
+            return;
+        terminating = true;
+        const auto reply = app.applicationShouldTerminate([](bool) { QCoreApplication::quit(); });
+        if (reply == AppState::TerminateReply::now)
+            QCoreApplication::quit();
+        else
+            std::fputs("stopping the recording...\n", stderr);
+    });
+    if (!interrupt.isWatching())
+        log::warning("Serve", QStringLiteral("cannot watch for signals: Ctrl-C will not keep a recording"));
     server.start();
     const int code = QCoreApplication::exec();
 
