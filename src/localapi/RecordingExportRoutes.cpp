@@ -102,10 +102,16 @@ void handleRecordingStart(const ApiCall& call) {
         current = call.currentDelegate();
         if (!current)
             co_return ApiResponse::error(503, QStringLiteral("App not available"));
+        // What the capture had to start without (its sound, say), so that a caller is not left to find
+        // out from a silent movie.
+        JsonArray warnings;
+        for (const QString& warning : current->recordingWarnings())
+            warnings.append(warning);
         co_return ApiResponse::ok({{"recording", current->isRecording()},
                                    {"source", source.id},
                                    {"sourceTitle", source.title},
-                                   {"outputDir", current->recordingsRootDirectory()}});
+                                   {"outputDir", current->recordingsRootDirectory()},
+                                   {"warnings", std::move(warnings)}});
     });
 }
 

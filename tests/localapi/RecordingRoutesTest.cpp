@@ -130,6 +130,8 @@ TEST_F(RecordingRoutesTest, StartThenStopLeavesAClipThatPlays) {
     EXPECT_TRUE(s.value("source").toString().startsWith(QStringLiteral("display-")));
     EXPECT_TRUE(s.value("sourceTitle").toString().startsWith(QStringLiteral("Display ")));
     EXPECT_EQ(s.value("outputDir").toString(), folder);
+    EXPECT_TRUE(s.value("warnings").isArray() && s.value("warnings").toArray().size() == 0)
+        << started.body.constData();
     EXPECT_TRUE(server->app.includesMicrophone());
     EXPECT_FALSE(server->app.includesCamera());
 
