@@ -166,7 +166,7 @@ TEST_F(MediaWriterTest, BackPressureRefusesFramesBeyondTheQueueAndLosesNone) {
 }
 
 TEST_F(MediaWriterTest, AStopRequestEndsAWaitForRoomWhileTheEncoderIsBusy) {
-    // One frame of noise at the slowest x264 preset keeps the encoder busy for a long while, with the
+    // One frame of noise at the slowest x264 preset keeps the encoder busy for over a second, with the
     // next frame filling the one-frame queue behind it.
     auto settings = smallVideoSettings(VideoCodec::h264, ContainerFormat::mov, 1920, 1080);
     settings.video->preset = QStringLiteral("placebo");
@@ -191,7 +191,7 @@ TEST_F(MediaWriterTest, AStopRequestEndsAWaitForRoomWhileTheEncoderIsBusy) {
     const auto stopped = std::chrono::steady_clock::now();
     stop.request_stop();
     ASSERT_EQ(waiting.wait_for(std::chrono::seconds(10)), std::future_status::ready);
-    EXPECT_LT(std::chrono::steady_clock::now() - stopped, std::chrono::milliseconds(100));
+    EXPECT_LT(std::chrono::steady_clock::now() - stopped, std::chrono::milliseconds(500));
     EXPECT_FALSE(waiting.get()) << "the queue was still full";
     // A stop requested before the wait does not wait at all.
     EXPECT_FALSE(w.waitUntilReadyForVideo(stop.get_token()));
