@@ -205,7 +205,7 @@ void ApiServerCore::handleHealth(const ApiCall& call) {
     }));
 }
 
-void ApiServerCore::send(quintptr id, const ApiResponse& response) {
+void ApiServerCore::send(quintptr id, int status, const QByteArray& payload) {
     auto it = m_connections.find(id);
     if (it == m_connections.end())
         return;
@@ -215,7 +215,7 @@ void ApiServerCore::send(quintptr id, const ApiResponse& response) {
         close(id);
         return;
     }
-    const QByteArray bytes = buildHttpResponse(response.status, response.body, it->cors);
+    const QByteArray bytes = buildHttpResponseWithPayload(status, payload, it->cors);
     m_connections.erase(it);
     --openConnections;
     socket->disconnect(this);

@@ -37,8 +37,9 @@ public:
 
     // Server thread.
     void start();
-    // The answer goes out with the cross-origin headers its request earned.
-    void send(quintptr connection, const ApiResponse& response);
+    // The answer goes out with the cross-origin headers its request earned; `payload` is the body written
+    // out, empty for none.
+    void send(quintptr connection, int status, const QByteArray& payload);
 
     std::atomic<int> retryCount = 0;
     std::atomic<bool> listening = false;

@@ -130,7 +130,10 @@ QString httpStatusText(int status) {
 }
 
 QByteArray buildHttpResponse(int status, const std::optional<JsonObject>& body, const HttpCorsGrant& cors) {
-    const QByteArray payload = body ? writeCompactJson(*body) : QByteArray();
+    return buildHttpResponseWithPayload(status, body ? writeCompactJson(*body) : QByteArray(), cors);
+}
+
+QByteArray buildHttpResponseWithPayload(int status, const QByteArray& payload, const HttpCorsGrant& cors) {
     QByteArray response;
     response.reserve(256 + payload.size());
     response += "HTTP/1.1 " + QByteArray::number(status) + ' ' + httpStatusText(status).toLatin1() + "\r\n";

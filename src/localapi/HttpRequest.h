@@ -58,6 +58,9 @@ struct HttpCorsGrant {
 // The whole response: status line, the fixed headers and the compact JSON body (keys sorted).
 QByteArray buildHttpResponse(int status, const std::optional<JsonObject>& body,
                              const HttpCorsGrant& cors = {});
+// The same around a body already written out (empty for none), so that a large body can be written on the
+// thread that made it and only the headers where the request's cross-origin grant is known.
+QByteArray buildHttpResponseWithPayload(int status, const QByteArray& payload, const HttpCorsGrant& cors);
 QString httpStatusText(int status);
 
 } // namespace orvane

@@ -24,9 +24,13 @@ public:
         QPointer<ApiServerCore> core = m_core;
         if (!core)
             return;
-        // The bytes are made on the server's thread, which knows the cross-origin headers of the request.
+        // The body is written out here, on the thread that made it; the headers on the server's thread,
+        // which knows the request's cross-origin grant.
+        const QByteArray payload = response.body ? writeCompactJson(*response.body) : QByteArray();
+        const int status = response.status;
         QMetaObject::invokeMethod(
-            core, [core, connection, response] { core->send(connection, response); }, Qt::QueuedConnection);
+            core, [core, connection, status, payload] { core->send(connection, status, payload); },
+            Qt::QueuedConnection);
     }
 
     LocalScreenAPIDelegate* delegate() override { return m_lifetime ? m_delegate : nullptr; }
