@@ -27,6 +27,9 @@ class ApiServerCore;
 // segments, so that read ends when the headers and the Content-Length body are in, when 65,536 bytes
 // have come, when the client closes its side, or after one quiet second. A connection that sends
 // nothing is closed after ten seconds.
+//
+// Before any route runs, a request naming another host or coming from a web page is refused (ApiAccess.h):
+// the server is for the programs of this machine, which name the loopback address and send no Origin.
 class LocalAPIServer : public QObject {
     Q_OBJECT
 public:
