@@ -281,7 +281,7 @@ Clip RecordingController::makeRecordingClip(const Project& project, const Captur
     KeyframeTrack<NormalizedRect> zoom;
     if (!result.manualZoomEvents.empty())
         zoom = ManualZoomKeyframes::generate(result.manualZoomEvents, result.frameSize,
-                                                       project.defaultAutoZoom, result.duration);
+                                             project.defaultAutoZoom, result.duration);
     const auto nonEmpty = [](const QString& path) {
         return path.isEmpty() ? std::nullopt : std::optional<QString>(path);
     };
