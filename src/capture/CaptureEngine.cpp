@@ -38,6 +38,13 @@ SerialExecutor& discoveryExecutor() {
     return executor;
 }
 
+// How the pixels come off the X server, for the log: a whole display is read through shared memory, a
+// single window from its own off-screen copy.
+QString captureMethod(const CaptureTarget& target) {
+    return target.kind == CaptureTarget::Kind::display ? QStringLiteral("XCB SHM capture")
+                                                       : QStringLiteral("Composite window capture");
+}
+
 // H.264 in 4:2:0 needs even sides: an odd window loses its last column or row.
 int evenFloor(double side) {
     return int(side) & ~1;
@@ -162,69 +169,30 @@ CaptureEngine::start(CaptureSource source, std::shared_ptr<ProjectBundle> bundle
         }
     }
 
-    MediaWriterSettings settings;
-    settings.container = ContainerFormat::mov;
-    VideoEncoderSettings video;
-    video.width = width;
-    video.height = height;
-    video.codec = VideoCodec::h264;
-    video.frameRate = frameRate;
-    video.quality = m_options.quality;
-    video.preset = m_options.encoderPreset;
-    video.realTime = true;
-    settings.video = video;
-    std::optional<int> systemAudioTrack, micTrack;
-    // The system's sound is the first audio track, the microphone the second.
-    if (includesSystemAudio) {
-        systemAudioTrack = int(settings.audio.size());
-        settings.audio.push_back(AudioEncoderSettings{});
+    m_warnings.clear();
+    const bool wantsSound = includesSystemAudio || includesMicrophone;
+    auto opening = openAndStart(paths.videoPath, configuration, includesSystemAudio, includesMicrophone);
+    tl::expected<void, QString> started = co_await opening;
+    if (!started && wantsSound) {
+        // The sound is worth less than the recording: without a sound server (or with one that cannot
+        // give us the device) record the screen alone and say so, rather than record nothing.
+        const QString reason = started.error();
+        auto openingSilent = openAndStart(paths.videoPath, configuration, false, false);
+        started = co_await openingSilent;
+        if (started) {
+            m_warnings << QStringLiteral("Recording without sound: ") + reason;
+            log::warning(tag, m_warnings.back());
+        }
     }
-    if (includesMicrophone) {
-        micTrack = int(settings.audio.size());
-        settings.audio.push_back(AudioEncoderSettings{});
-    }
-    settings.fragmentInterval = m_options.fragmentInterval;
-    auto opening = m_control.submit(
-        [path = paths.videoPath, settings]() -> tl::expected<std::shared_ptr<MediaWriter>, MediaError> {
-            auto writer = MediaWriter::create(path, settings);
-            if (!writer)
-                return tl::unexpected(writer.error());
-            return std::shared_ptr<MediaWriter>(std::move(*writer));
-        });
-    const auto writer = co_await opening;
-    if (!writer)
-        co_return Failure(CaptureEngineError::system(writer.error().description));
-    m_writer = *writer;
-
-    m_streamOutput = std::make_shared<StreamOutput>(m_writer, systemAudioTrack, micTrack);
-    m_stream = std::make_shared<CaptureStream>(configuration, m_streamOutput);
-    // X11 asks no one's leave for the input tap; it only needs XInput 2 to be there.
-    m_telemetry = std::make_unique<TelemetrySession>(TelemetrySession::Options{
-        target.frameInGlobal, target.pixelSize, m_environment.displayName, facts.inputTapAvailable});
-
-    const auto writerError = m_writer->error();
-    log::info(tag, QStringLiteral("Writer startWriting: %1, status: %2, error: %3")
-                       .arg(writerError ? QStringLiteral("false") : QStringLiteral("true"))
-                       .arg(int(m_streamOutput->writerStatus()))
-                       .arg(writerError ? writerError->description : QStringLiteral("none")));
-    log::info(tag, QStringLiteral("Starting SCStream capture on display %1 (%2x%3)...")
-                       .arg(target.kind == CaptureTarget::Kind::display ? target.displayID : 0)
-                       .arg(width)
-                       .arg(height));
-    auto startingStream = m_control.submit([stream = m_stream, timeout = m_options.streamStartTimeout] {
-        return stream->startCapture(timeout);
-    });
-    const tl::expected<void, QString> started = co_await startingStream;
-    if (!started) {
-        auto cancelling = m_control.submit([writer = m_writer, path = paths.videoPath] {
-            writer->cancel();
-            QFile::remove(path);
-        });
-        co_await cancelling;
-        dropCaptureObjects();
+    if (!started)
         co_return Failure(CaptureEngineError::streamFailedToStart(started.error()));
-    }
-    log::info(tag, QStringLiteral("SCStream capture started successfully"));
+
+    // X11 asks no one's leave for the input tap; it only needs XInput 2 to be there.
+    m_telemetry = std::make_unique<TelemetrySession>(
+        TelemetrySession::Options{target.frameInGlobal, target.pixelSize, m_environment.displayName,
+                                  facts.inputTapAvailable, paths.telemetryJournalPath});
+    m_journalURL = paths.telemetryJournalPath;
+    log::info(tag, captureMethod(target) + QStringLiteral(" started successfully"));
     m_telemetry->start();
     m_startedAt = QDateTime::currentDateTimeUtc();
     m_startedClock = std::chrono::steady_clock::now();
@@ -273,6 +241,9 @@ QCoro::Task<tl::expected<CaptureResult, CaptureEngineError>> CaptureEngine::stop
             TelemetryFiles::writeTracks(telemetry.cursor, telemetry.events, *m_cursorURL, *m_eventsURL);
         !written)
         log::warning(tag, QStringLiteral("failed to write cursor/event tracks: ") + written.error());
+    else if (m_journalURL)
+        // The two files hold all the journal did; a journal left behind would read as a crash.
+        QFile::remove(*m_journalURL);
 
     CaptureResult result;
     result.videoURL = *m_videoURL;
@@ -313,6 +284,78 @@ CaptureEngine::Statistics CaptureEngine::statistics() const {
     if (m_stream && m_streamOutput)
         return {m_stream->statistics(), m_streamOutput->statistics()};
     return m_lastStatistics.value_or(Statistics{});
+}
+
+QCoro::Task<tl::expected<void, QString>>
+CaptureEngine::openAndStart(QString videoPath, CaptureStream::Configuration configuration, bool systemAudio,
+                            bool microphone) {
+    configuration.capturesAudio = systemAudio;
+    configuration.captureMicrophone = microphone;
+    MediaWriterSettings settings;
+    settings.container = ContainerFormat::mov;
+    VideoEncoderSettings video;
+    video.width = configuration.width;
+    video.height = configuration.height;
+    video.codec = VideoCodec::h264;
+    video.frameRate = frameRate;
+    video.quality = m_options.quality;
+    video.preset = m_options.encoderPreset;
+    video.realTime = true;
+    settings.video = video;
+    std::optional<int> systemAudioTrack, micTrack;
+    // The system's sound is the first audio track, the microphone the second.
+    if (systemAudio) {
+        systemAudioTrack = int(settings.audio.size());
+        settings.audio.push_back(AudioEncoderSettings{});
+    }
+    if (microphone) {
+        micTrack = int(settings.audio.size());
+        settings.audio.push_back(AudioEncoderSettings{});
+    }
+    settings.fragmentInterval = m_options.fragmentInterval;
+    auto opening =
+        m_control.submit([videoPath, settings]() -> tl::expected<std::shared_ptr<MediaWriter>, MediaError> {
+            auto writer = MediaWriter::create(videoPath, settings);
+            if (!writer)
+                return tl::unexpected(writer.error());
+            return std::shared_ptr<MediaWriter>(std::move(*writer));
+        });
+    const auto writer = co_await opening;
+    if (!writer)
+        co_return tl::unexpected(writer.error().description);
+    m_writer = *writer;
+    m_streamOutput = std::make_shared<StreamOutput>(m_writer, systemAudioTrack, micTrack);
+    m_stream = std::make_shared<CaptureStream>(configuration, m_streamOutput);
+
+    const auto writerError = m_writer->error();
+    log::info(tag, QStringLiteral("Writer startWriting: %1, status: %2, error: %3")
+                       .arg(writerError ? QStringLiteral("false") : QStringLiteral("true"))
+                       .arg(int(m_streamOutput->writerStatus()))
+                       .arg(writerError ? writerError->description : QStringLiteral("none")));
+    log::info(
+        tag,
+        QStringLiteral("Starting %1 on display %2 (%3x%4)%5...")
+            .arg(captureMethod(configuration.target))
+            .arg(configuration.target.kind == CaptureTarget::Kind::display ? configuration.target.displayID
+                                                                           : 0)
+            .arg(configuration.width)
+            .arg(configuration.height)
+            .arg(systemAudio || microphone ? QStringLiteral(" with sound from PulseAudio") : QString()));
+    auto startingStream = m_control.submit([stream = m_stream, timeout = m_options.streamStartTimeout] {
+        return stream->startCapture(timeout);
+    });
+    const tl::expected<void, QString> started = co_await startingStream;
+    if (!started) {
+        // Nothing of a start that failed stays behind: not the threads, not a movie without frames.
+        auto cancelling = m_control.submit([writer = m_writer, videoPath] {
+            writer->cancel();
+            QFile::remove(videoPath);
+        });
+        co_await cancelling;
+        dropCaptureObjects();
+        co_return tl::unexpected(started.error());
+    }
+    co_return tl::expected<void, QString>{};
 }
 
 void CaptureEngine::dropCaptureObjects() {

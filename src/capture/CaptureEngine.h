@@ -52,7 +52,11 @@ struct CaptureEngineOptions {
 // that blocks (asking the X server, opening and finishing the writer, starting and stopping the stream)
 // runs on the engine's own serial executor "tech.velvetcomet.orvane.screen.capture.control". The engine
 // must outlive a start or stop that is under way. Dropping an engine that is recording stops its threads
-// and leaves the movie as it stands (playable, being fragmented), without the telemetry files.
+// and leaves the movie as it stands (playable, being fragmented) and the telemetry in its journal, from
+// which a recovery makes the two files.
+//
+// When the sound cannot be had (no sound server answers, or it refuses the device) the screen is
+// recorded alone and warnings() says why: a recording without its sound beats no recording.
 class CaptureEngine {
 public:
     using Options = CaptureEngineOptions;
@@ -103,6 +107,11 @@ private:
     enum class State { idle, starting, running, stopping };
 
     void dropCaptureObjects();
+    // Opens the movie with the sound tracks asked for and starts the stream into it. On failure nothing
+    // of it is left: no threads, no file.
+    QCoro::Task<tl::expected<void, QString>> openAndStart(QString videoPath,
+                                                          CaptureStream::Configuration configuration,
+                                                          bool systemAudio, bool microphone);
 
     CaptureEnvironment m_environment;
     Options m_options;
@@ -119,7 +128,7 @@ private:
     std::optional<Statistics> m_lastStatistics;
     QStringList m_warnings;
 
-    std::optional<QString> m_videoURL, m_audioURL, m_cursorURL, m_eventsURL, m_cameraURL;
+    std::optional<QString> m_videoURL, m_audioURL, m_cursorURL, m_eventsURL, m_cameraURL, m_journalURL;
     std::optional<QString> m_videoRelative, m_audioRelative, m_cursorRelative, m_eventsRelative,
         m_cameraRelative;
 };

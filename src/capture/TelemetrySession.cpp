@@ -1,6 +1,7 @@
 #include "TelemetrySession.h"
 
 #include "TelemetryFiles.h"
+#include "TelemetryJournal.h"
 #include "support/Log.h"
 #include "x11/CursorTracker.h"
 #include "x11/EventMonitor.h"
@@ -30,15 +31,29 @@ TelemetrySession::TelemetrySession(Options options)
             std::make_unique<EventMonitor>(o.sourceFrameInGlobal, o.sourceSize, true, o.displayName);
     }
     m_hotkey = std::make_unique<ManualZoomHotkey>(o.sourceFrameInGlobal, o.sourceSize, o.displayName);
+    m_journalTimer.setInterval(journalInterval);
+    QObject::connect(&m_journalTimer, &QTimer::timeout, [this] { writeJournal(false); });
 }
 
 TelemetrySession::~TelemetrySession() = default;
 
 void TelemetrySession::start() {
     const auto& o = m_options;
+    m_samplesJournaled = m_eventsJournaled = m_marksJournaled = 0;
+    m_journalFailed = false;
+    m_journal.reset();
+    if (!o.journalPath.isEmpty()) {
+        if (auto created = TelemetryJournal::create(o.journalPath, o.sourceSize)) {
+            m_journal = std::move(*created);
+            m_journalTimer.start();
+        } else {
+            // Recording goes on: the tracks are still written whole at the stop.
+            log::warning(tag, QStringLiteral("telemetry journal not written: ") + created.error());
+        }
+    }
     if (m_mouseTracker) {
         if (m_mouseTracker->start()) {
-            log::info(tag, QStringLiteral("MouseTracker (CGEventTap) started successfully"));
+            log::info(tag, QStringLiteral("MouseTracker (XInput2 tap) started successfully"));
         } else {
             log::info(tag,
                       QStringLiteral("MouseTracker failed, falling back to CursorTracker + EventMonitor"));
@@ -51,11 +66,36 @@ void TelemetrySession::start() {
             m_eventMonitor->start();
         }
     } else {
-        log::info(tag, QStringLiteral("Using CursorTracker + EventMonitor (no accessibility)"));
+        log::info(tag, QStringLiteral("Using CursorTracker + EventMonitor (no XInput2)"));
         m_cursorTracker->start();
         m_eventMonitor->start();
     }
     m_hotkey->start();
+}
+
+void TelemetrySession::writeJournal(bool wait) {
+    if (!m_journal)
+        return;
+    if (m_mouseTracker) {
+        m_mouseTracker->copyToJournal(m_samplesJournaled, m_eventsJournaled, *m_journal);
+    } else {
+        if (m_cursorTracker)
+            m_cursorTracker->copyToJournal(m_samplesJournaled, *m_journal);
+        if (m_eventMonitor)
+            m_eventMonitor->copyToJournal(m_eventsJournaled, *m_journal);
+    }
+    const std::vector<ManualZoomEvent>& marks = m_hotkey->events();
+    for (; m_marksJournaled < marks.size(); ++m_marksJournaled)
+        m_journal->append(marks[m_marksJournaled]);
+    // Between ticks the journal's own thread writes: the collectors never wait for the disk.
+    if (!wait)
+        m_journal->commit();
+    const auto written = wait ? m_journal->flush() : tl::expected<void, QString>();
+    const std::optional<QString> error = written ? m_journal->error() : written.error();
+    if (error && !m_journalFailed) {
+        m_journalFailed = true; // said once; a full disk would otherwise say it twice a second
+        log::warning(tag, QStringLiteral("telemetry journal not written: ") + *error);
+    }
 }
 
 TelemetryRecording TelemetrySession::stop() {
@@ -71,6 +111,10 @@ TelemetryRecording TelemetrySession::stop() {
             recording.events = m_eventMonitor->stop();
     }
     recording.manualZoomEvents = m_hotkey->stop();
+    // The journal keeps everything until the two files are written; whoever writes them removes it.
+    m_journalTimer.stop();
+    writeJournal(true);
+    m_journal.reset();
     log::info(tag, QStringLiteral("%1 stopped: %2 cursor samples, %3 events")
                        .arg(m_mouseTracker ? QStringLiteral("MouseTracker") : QStringLiteral("Trackers"))
                        .arg(recording.cursor.samples.size())

@@ -8,6 +8,7 @@
 #include <QByteArray>
 #include <QCoro/QCoroTask>
 #include <QString>
+#include <QTimer>
 
 #include <tl/expected.hpp>
 
@@ -22,6 +23,7 @@ class CursorTracker;
 class EventMonitor;
 class ManualZoomHotkey;
 class MouseTracker;
+class TelemetryJournal;
 
 // What the collectors gathered over one recording.
 struct TelemetryRecording {
@@ -43,6 +45,10 @@ public:
         // X11 asks no permission for the tap; this stands for that permission where a caller must
         // refuse it, as the capture engine does when input monitoring is not allowed.
         bool inputTapAllowed = true;
+        // Where what is collected goes while the recording runs, handed to the file every half second;
+        // none keeps it in memory only until stop(). The journal stays after stop(): whoever writes the
+        // two files from the tracks removes it.
+        QString journalPath = {};
     };
 
     // Chooses the collectors; none starts before start().
@@ -68,12 +74,24 @@ public:
     recordDisplay(std::chrono::milliseconds duration, QString cursorPath, QString eventsPath,
                   QByteArray displayName = {});
 
+    // How often the journal takes in what was collected and hands it to the disk.
+    static constexpr std::chrono::milliseconds journalInterval{500};
+
 private:
+    // Moves what the collectors gathered since the last call into the journal and commits it; with
+    // `wait`, returns once it is in the file.
+    void writeJournal(bool wait);
+
     Options m_options;
     std::unique_ptr<MouseTracker> m_mouseTracker;
     std::unique_ptr<CursorTracker> m_cursorTracker;
     std::unique_ptr<EventMonitor> m_eventMonitor;
     std::unique_ptr<ManualZoomHotkey> m_hotkey;
+    std::unique_ptr<TelemetryJournal> m_journal;
+    QTimer m_journalTimer;
+    // How much of each collector's arrays the journal already holds.
+    std::size_t m_samplesJournaled = 0, m_eventsJournaled = 0, m_marksJournaled = 0;
+    bool m_journalFailed = false;
 };
 
 } // namespace orvane

@@ -2,6 +2,7 @@
 
 #include "X11TestSupport.h"
 #include "capture/TelemetryFiles.h"
+#include "capture/TelemetryJournal.h"
 #include "common/LogCapture.h"
 
 #include <QDir>
@@ -54,7 +55,7 @@ TEST_F(TelemetrySessionTest, PrefersTheTapAndLogsWhatItChose) {
     EXPECT_EQ(r.cursor.samples.size(), 1u);
     EXPECT_EQ(r.events.events.size(), 2u);
     EXPECT_TRUE(captured().contains(
-        QStringLiteral("[CaptureEngine] MouseTracker (CGEventTap) started successfully")));
+        QStringLiteral("[CaptureEngine] MouseTracker (XInput2 tap) started successfully")));
     EXPECT_TRUE(captured().contains(
         QStringLiteral("[CaptureEngine] MouseTracker stopped: 1 cursor samples, 2 events")));
 }
@@ -72,7 +73,7 @@ TEST_F(TelemetrySessionTest, WithoutTheTapThePollingPairCollects) {
     ASSERT_EQ(r.events.events.size(), 2u);
     EXPECT_EQ(r.events.events[0].location(), (Point{200, 150}));
     EXPECT_TRUE(captured().contains(
-        QStringLiteral("[CaptureEngine] Using CursorTracker + EventMonitor (no accessibility)")));
+        QStringLiteral("[CaptureEngine] Using CursorTracker + EventMonitor (no XInput2)")));
     EXPECT_TRUE(captured().filter(QStringLiteral("[CaptureEngine] Trackers stopped: ")).size() == 1);
 }
 
@@ -119,6 +120,44 @@ TEST_F(TelemetrySessionTest, RecordingReportsFilesThatCannotBeWritten) {
     const Result noDisplay = record(20ms, cursor, events, QByteArrayLiteral(":65003"));
     ASSERT_FALSE(noDisplay);
     EXPECT_TRUE(noDisplay.error().contains(QStringLiteral(":65003")));
+}
+
+TEST_F(TelemetrySessionTest, TheJournalHoldsWhatWasCollectedWhileTheRecordingRuns) {
+    QTemporaryDir dir;
+    const QString journal = dir.filePath(QStringLiteral("clip-telemetry.jsonl"));
+    for (const bool tap : {true, false}) {
+        TelemetrySession session({Rect{0, 0, 800, 600}, Size{800, 600}, server->displayName(), tap, journal});
+        session.start();
+        driver->warp(100, 100);
+        for (int i = 0; i < 5; ++i) {
+            driver->moveBy(3, 1);
+            test::processEventsFor(10ms);
+        }
+        driver->click(1);
+        // Past one journal interval, and the session still running: what a kill would leave.
+        test::processEventsFor(TelemetrySession::journalInterval + 300ms);
+        const auto running = TelemetryJournal::read(journal);
+        ASSERT_TRUE(running.has_value()) << running.error().toStdString();
+        EXPECT_GE(running->cursor.samples.size(), tap ? 5u : 10u) << tap;
+        EXPECT_EQ(running->events.events.size(), 2u) << tap;
+
+        // At the stop the journal holds exactly the tracks stop() gives.
+        driver->click(3);
+        const TelemetryRecording stopped = session.stop();
+        const auto final = TelemetryJournal::read(journal);
+        ASSERT_TRUE(final.has_value());
+        EXPECT_EQ(final->cursor, stopped.cursor) << tap;
+        EXPECT_EQ(final->events, stopped.events) << tap;
+    }
+
+    // A journal that cannot be made costs the journal, not the recording.
+    TelemetrySession session({Rect{0, 0, 800, 600}, Size{800, 600}, server->displayName(), true,
+                              dir.filePath(QStringLiteral("missing/clip-telemetry.jsonl"))});
+    session.start();
+    driver->moveBy(4, 4);
+    test::processEventsFor(50ms);
+    EXPECT_EQ(session.stop().cursor.samples.size(), 1u);
+    EXPECT_EQ(captured().filter(QStringLiteral("[CaptureEngine] telemetry journal not written: ")).size(), 1);
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "CursorTracker.h"
 
+#include "capture/TelemetryJournal.h"
+
 #include "X11Connection.h"
 
 #include <QSocketNotifier>
@@ -115,6 +117,11 @@ void CursorTracker::answer(std::uint64_t tickIndex, std::optional<Point> positio
         const Point at = m_mapping.fromPointerLocation(*position);
         m_samples.push_back({time, at.x, at.y, 0});
     }
+}
+
+void CursorTracker::copyToJournal(std::size_t& samplesDone, TelemetryJournal& journal) const {
+    for (; samplesDone < m_samples.size(); ++samplesDone)
+        journal.append(m_samples[samplesDone]);
 }
 
 } // namespace orvane

@@ -16,6 +16,7 @@ class QSocketNotifier;
 
 namespace orvane {
 
+class TelemetryJournal;
 class X11Connection;
 
 // The polling stand-in for the tap's motion: asks the X server where the pointer is at a fixed rate,
@@ -35,6 +36,9 @@ public:
     CursorTrack stop();
     bool isRunning() const { return m_startTime.has_value(); }
     std::size_t sampleCount() const { return m_samples.size(); }
+    // Hands what was gathered since `done` to the journal and moves `done` on: how a recording's telemetry
+    // reaches the disk while it runs.
+    void copyToJournal(std::size_t& samplesDone, TelemetryJournal& journal) const;
 
     int sampleRate() const { return m_sampleRate; }
 

@@ -1,5 +1,7 @@
 #include "EventMonitor.h"
 
+#include "capture/TelemetryJournal.h"
+
 #include "X11Buttons.h"
 #include "XkbKeyboard.h"
 #include "support/Log.h"
@@ -219,6 +221,11 @@ void EventMonitor::handle(const unsigned char* wireEvent) {
     default:
         break;
     }
+}
+
+void EventMonitor::copyToJournal(std::size_t& eventsDone, TelemetryJournal& journal) const {
+    for (; eventsDone < m_events.size(); ++eventsDone)
+        journal.append(m_events[eventsDone]);
 }
 
 } // namespace orvane

@@ -12,6 +12,7 @@
 
 namespace orvane {
 
+class TelemetryJournal;
 // The stand-in for the tap's clicks, wheel and keys when XInput 2 cannot be used: the X RECORD
 // extension hands over a copy of every core button and key event, whichever client it is meant for,
 // without grabbing anything. Read on the main thread's event loop. Main thread only.
@@ -31,6 +32,9 @@ public:
     bool isRunning() const { return m_startTime.has_value(); }
     std::size_t monitorCount() const { return m_recording ? 1 : 0; }
     std::size_t eventCount() const { return m_events.size(); }
+    // Hands what was gathered since `done` to the journal and moves `done` on: how a recording's telemetry
+    // reaches the disk while it runs.
+    void copyToJournal(std::size_t& eventsDone, TelemetryJournal& journal) const;
 
 private:
     class Recording;

@@ -173,4 +173,9 @@ bool ManualZoomHotkey::ownWindowHasFocus() {
     return false;
 }
 
+void ManualZoomHotkey::copyToJournal(std::size_t& marksDone, TelemetryJournal& journal) const {
+    for (; marksDone < m_events.size(); ++marksDone)
+        journal.append(m_events[marksDone]);
+}
+
 } // namespace orvane

@@ -371,4 +371,13 @@ void MouseTracker::resolveReady() {
     }
 }
 
+void MouseTracker::copyToJournal(std::size_t& samplesDone, std::size_t& eventsDone,
+                                 TelemetryJournal& journal) const {
+    std::lock_guard guard(m_sampleLock);
+    for (; samplesDone < m_cursorSamples.size(); ++samplesDone)
+        journal.append(m_cursorSamples[samplesDone]);
+    for (; eventsDone < m_inputEvents.size(); ++eventsDone)
+        journal.append(m_inputEvents[eventsDone]);
+}
+
 } // namespace orvane

@@ -15,6 +15,7 @@
 
 namespace orvane {
 
+class TelemetryJournal;
 class X11Connection;
 class XkbKeyboard;
 
@@ -51,6 +52,9 @@ public:
 
     std::size_t sampleCount() const;
     std::size_t eventCount() const;
+    // Hands what was gathered since `done` to the journal and moves `done` on: how a recording's telemetry
+    // reaches the disk while it runs.
+    void copyToJournal(std::size_t& samplesDone, std::size_t& eventsDone, TelemetryJournal& journal) const;
 
     const Rect& sourceFrameInGlobal() const { return m_mapping.sourceFrameInGlobal; }
     const Size& sourceSize() const { return m_mapping.sourceSize; }
