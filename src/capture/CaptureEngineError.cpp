@@ -9,8 +9,8 @@ QString CaptureEngineError::message() const {
     case Kind::writerFailed:
         return QStringLiteral("Asset writer failed: ") + detail;
     case Kind::noShareableContent:
-        return QStringLiteral("No shareable content was returned by ScreenCaptureKit. Check Screen "
-                              "Recording permission.");
+        return QStringLiteral("No shareable content was returned by the X server. Check that the "
+                              "display allows capture.");
     case Kind::sourceNotFound:
         return QStringLiteral("The selected source could not be found.");
     case Kind::invalidConfiguration:

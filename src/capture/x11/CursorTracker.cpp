@@ -1,8 +1,7 @@
 #include "CursorTracker.h"
 
-#include "capture/TelemetryJournal.h"
-
 #include "X11Connection.h"
+#include "capture/TelemetryJournal.h"
 
 #include <QSocketNotifier>
 

@@ -1,9 +1,8 @@
 #include "EventMonitor.h"
 
-#include "capture/TelemetryJournal.h"
-
 #include "X11Buttons.h"
 #include "XkbKeyboard.h"
+#include "capture/TelemetryJournal.h"
 #include "support/Log.h"
 
 #include <QSocketNotifier>

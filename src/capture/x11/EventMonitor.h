@@ -13,6 +13,7 @@
 namespace orvane {
 
 class TelemetryJournal;
+
 // The stand-in for the tap's clicks, wheel and keys when XInput 2 cannot be used: the X RECORD
 // extension hands over a copy of every core button and key event, whichever client it is meant for,
 // without grabbing anything. Read on the main thread's event loop. Main thread only.
