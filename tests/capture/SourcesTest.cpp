@@ -5,6 +5,7 @@
 #include "capture/x11/DemoWindow.h"
 #include "capture/x11/X11ContentQuery.h"
 #include "capture/x11/X11FrameGrabber.h"
+#include "capture/x11/XcbHandles.h"
 #include "common/LogCapture.h"
 
 #include <QFile>
@@ -13,9 +14,6 @@
 
 #include <gtest/gtest.h>
 #include <unistd.h>
-#include <xcb/xcb.h>
-
-#include <cstring>
 
 using namespace orvane;
 using namespace std::chrono_literals;
@@ -26,34 +24,27 @@ namespace {
 class ServerControl {
 public:
     explicit ServerControl(const QByteArray& display) {
-        m_connection = xcb_connect(display.constData(), nullptr);
-        m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
+        const xcb_screen_t* screen = nullptr;
+        m_connection = xcb::connect(display, &screen);
+        if (m_connection)
+            m_root = screen->root;
     }
-    ~ServerControl() { xcb_disconnect(m_connection); }
+    bool isOpen() const { return m_connection != nullptr; }
 
-    xcb_atom_t atom(const char* name) {
-        auto* reply = xcb_intern_atom_reply(
-            m_connection, xcb_intern_atom(m_connection, 0, std::uint16_t(std::strlen(name)), name), nullptr);
-        const xcb_atom_t a = reply ? reply->atom : 0;
-        std::free(reply);
-        return a;
-    }
     void setClientList(const std::vector<std::uint32_t>& windows) {
-        const xcb_atom_t list = atom("_NET_CLIENT_LIST");
+        xcb_connection_t* c = m_connection.get();
+        const xcb_atom_t list = xcb::internAtom(c, "_NET_CLIENT_LIST");
         if (windows.empty())
-            xcb_delete_property(m_connection, m_root, list);
+            xcb_delete_property(c, m_root, list);
         else
-            xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_root, list, XCB_ATOM_WINDOW, 32,
+            xcb_change_property(c, XCB_PROP_MODE_REPLACE, m_root, list, XCB_ATOM_WINDOW, 32,
                                 std::uint32_t(windows.size()), windows.data());
-        sync();
+        xcb::sync(c);
     }
 
 private:
-    void sync() {
-        std::free(xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
-    }
-    xcb_connection_t* m_connection;
-    xcb_window_t m_root;
+    xcb::ConnectionPtr m_connection;
+    xcb_window_t m_root = XCB_WINDOW_NONE;
 };
 
 std::vector<std::string> ids(const std::vector<CaptureSource>& sources) {
@@ -72,6 +63,7 @@ protected:
     void SetUp() override {
         ORVANE_REQUIRE_CAPTURE_SERVERS();
         control = std::make_unique<ServerControl>(xserver->displayName());
+        ASSERT_TRUE(control->isOpen());
     }
 
     std::unique_ptr<DemoWindow> window(const char* title, const char* wmClass, Rect frame,

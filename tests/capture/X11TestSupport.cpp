@@ -71,35 +71,34 @@ XvfbServer::~XvfbServer() {
     ::waitpid(m_pid, nullptr, 0);
 }
 
+void XTestDriver::DisplayCloser::operator()(_XDisplay* display) const {
+    XCloseDisplay(display);
+}
+
 XTestDriver::XTestDriver(const QByteArray& displayName)
     : m_display(XOpenDisplay(displayName.constData())) {}
 
-XTestDriver::~XTestDriver() {
-    if (m_display)
-        XCloseDisplay(m_display);
-}
-
 void XTestDriver::sync() {
-    XSync(m_display, False);
+    XSync(display(), False);
 }
 
 void XTestDriver::warp(int x, int y) {
-    XWarpPointer(m_display, None, DefaultRootWindow(m_display), 0, 0, 0, 0, x, y);
+    XWarpPointer(display(), None, DefaultRootWindow(display()), 0, 0, 0, 0, x, y);
     sync();
 }
 
 void XTestDriver::moveBy(int dx, int dy) {
-    XTestFakeRelativeMotionEvent(m_display, dx, dy, CurrentTime);
+    XTestFakeRelativeMotionEvent(display(), dx, dy, CurrentTime);
     sync();
 }
 
 void XTestDriver::press(int button) {
-    XTestFakeButtonEvent(m_display, unsigned(button), True, CurrentTime);
+    XTestFakeButtonEvent(display(), unsigned(button), True, CurrentTime);
     sync();
 }
 
 void XTestDriver::release(int button) {
-    XTestFakeButtonEvent(m_display, unsigned(button), False, CurrentTime);
+    XTestFakeButtonEvent(display(), unsigned(button), False, CurrentTime);
     sync();
 }
 
@@ -109,7 +108,7 @@ void XTestDriver::click(int button) {
 }
 
 void XTestDriver::key(unsigned long keysym, bool down) {
-    XTestFakeKeyEvent(m_display, XKeysymToKeycode(m_display, keysym), down ? True : False, CurrentTime);
+    XTestFakeKeyEvent(display(), XKeysymToKeycode(display(), keysym), down ? True : False, CurrentTime);
     sync();
 }
 
@@ -126,38 +125,38 @@ Point XTestDriver::pointer() {
     Window root, child;
     int rootX = 0, rootY = 0, winX, winY;
     unsigned int mask;
-    XQueryPointer(m_display, DefaultRootWindow(m_display), &root, &child, &rootX, &rootY, &winX, &winY,
+    XQueryPointer(display(), DefaultRootWindow(display()), &root, &child, &rootX, &rootY, &winX, &winY,
                   &mask);
     return {double(rootX), double(rootY)};
 }
 
 unsigned long XTestDriver::createWindow(std::optional<unsigned long> pid) {
     const Window window =
-        XCreateSimpleWindow(m_display, DefaultRootWindow(m_display), 10, 10, 100, 100, 0, 0, 0);
+        XCreateSimpleWindow(display(), DefaultRootWindow(display()), 10, 10, 100, 100, 0, 0, 0);
     if (pid) {
-        const Atom pidAtom = XInternAtom(m_display, "_NET_WM_PID", False);
+        const Atom pidAtom = XInternAtom(display(), "_NET_WM_PID", False);
         const long value = long(*pid);
-        XChangeProperty(m_display, window, pidAtom, XA_CARDINAL, 32, PropModeReplace,
+        XChangeProperty(display(), window, pidAtom, XA_CARDINAL, 32, PropModeReplace,
                         reinterpret_cast<const unsigned char*>(&value), 1);
     }
-    XMapWindow(m_display, window);
+    XMapWindow(display(), window);
     sync();
     return window;
 }
 
 void XTestDriver::focus(unsigned long window) {
-    XSetInputFocus(m_display, window, RevertToParent, CurrentTime);
+    XSetInputFocus(display(), window, RevertToParent, CurrentTime);
     sync();
 }
 
 void XTestDriver::setActiveWindow(unsigned long window) {
-    const Atom active = XInternAtom(m_display, "_NET_ACTIVE_WINDOW", False);
+    const Atom active = XInternAtom(display(), "_NET_ACTIVE_WINDOW", False);
     if (window) {
         const long value = long(window);
-        XChangeProperty(m_display, DefaultRootWindow(m_display), active, XA_WINDOW, 32, PropModeReplace,
+        XChangeProperty(display(), DefaultRootWindow(display()), active, XA_WINDOW, 32, PropModeReplace,
                         reinterpret_cast<const unsigned char*>(&value), 1);
     } else {
-        XDeleteProperty(m_display, DefaultRootWindow(m_display), active);
+        XDeleteProperty(display(), DefaultRootWindow(display()), active);
     }
     sync();
 }

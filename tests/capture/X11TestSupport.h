@@ -41,7 +41,6 @@ private:
 class XTestDriver {
 public:
     explicit XTestDriver(const QByteArray& displayName);
-    ~XTestDriver();
     bool isOpen() const { return m_display != nullptr; }
 
     // An absolute warp: no raw motion, so collectors that listen to devices see nothing.
@@ -62,10 +61,16 @@ public:
     void setActiveWindow(unsigned long window);
 
 private:
+    // Xlib rather than XCB: XTest and keysym lookup come with it.
+    struct DisplayCloser {
+        void operator()(_XDisplay* display) const;
+    };
+
     void key(unsigned long keysym, bool down);
     void sync();
+    _XDisplay* display() const { return m_display.get(); }
 
-    _XDisplay* m_display = nullptr;
+    std::unique_ptr<_XDisplay, DisplayCloser> m_display;
 };
 
 // Runs the main thread's event loop until `done` holds or the time is up.

@@ -80,9 +80,7 @@ DemoWindow::~DemoWindow() {
 }
 
 void DemoWindow::sync() {
-    xcb_connection_t* c = m_connection.get();
-    // A round trip: once its answer is in, the server has carried out every request before it.
-    std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    xcb::sync(m_connection.get());
 }
 
 void DemoWindow::drawFrame(std::uint64_t frame) {

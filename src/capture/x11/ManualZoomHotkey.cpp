@@ -10,18 +10,12 @@
 #include <unistd.h>
 #include <xcb/xinput.h>
 
-#include <cstdlib>
-#include <cstring>
-
 namespace orvane {
 
 namespace {
 
 constexpr int zKeyCode = 6;
 constexpr int maxWindowDepth = 32; // how far up from the focus to look for a window's owner
-
-template <class T>
-using XcbReply = std::unique_ptr<T, decltype(&std::free)>;
 
 // Numbers as the log has always shown them: shortest exact form, whole numbers with ".0".
 QString numberText(double value) {
@@ -31,18 +25,11 @@ QString numberText(double value) {
     return text;
 }
 
-xcb_atom_t internAtom(xcb_connection_t* c, const char* name) {
-    XcbReply<xcb_intern_atom_reply_t> reply(
-        xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, std::uint16_t(std::strlen(name)), name), nullptr),
-        &std::free);
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-}
-
 // The first 32-bit value of a window's property, if it has one.
 std::optional<std::uint32_t> cardinalProperty(xcb_connection_t* c, xcb_window_t window, xcb_atom_t property,
                                               xcb_atom_t type) {
-    XcbReply<xcb_get_property_reply_t> reply(
-        xcb_get_property_reply(c, xcb_get_property(c, 0, window, property, type, 0, 1), nullptr), &std::free);
+    const auto reply =
+        xcb::reply(c, xcb_get_property_reply, xcb_get_property(c, 0, window, property, type, 0, 1));
     if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4)
         return std::nullopt;
     return *static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
@@ -91,8 +78,7 @@ void ManualZoomHotkey::start() {
     const xcb_query_extension_reply_t* extension = xcb_get_extension_data(c, &xcb_input_id);
     if (!extension || !extension->present)
         return;
-    XcbReply<xcb_input_xi_query_version_reply_t> version(
-        xcb_input_xi_query_version_reply(c, xcb_input_xi_query_version(c, 2, 2), nullptr), &std::free);
+    const auto version = xcb::reply(c, xcb_input_xi_query_version_reply, xcb_input_xi_query_version(c, 2, 2));
     if (!version || version->major_version < 2)
         return;
     auto keyboard = XkbKeyboard::create(c, true);
@@ -147,35 +133,28 @@ bool ManualZoomHotkey::ownWindowHasFocus() {
     xcb_connection_t* c = m_connection->xcb();
     const xcb_window_t root = m_connection->root();
     xcb_window_t window = XCB_WINDOW_NONE;
-    if (const xcb_atom_t active = internAtom(c, "_NET_ACTIVE_WINDOW"); active != XCB_ATOM_NONE)
+    if (const xcb_atom_t active = xcb::internAtom(c, "_NET_ACTIVE_WINDOW"); active != XCB_ATOM_NONE)
         window = cardinalProperty(c, root, active, XCB_ATOM_WINDOW).value_or(XCB_WINDOW_NONE);
     if (window == XCB_WINDOW_NONE) {
         // Without a window manager that names the active window, the keyboard focus tells.
-        XcbReply<xcb_get_input_focus_reply_t> focus(
-            xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr), &std::free);
+        const auto focus = xcb::reply(c, xcb_get_input_focus_reply, xcb_get_input_focus(c));
         if (!focus || focus->focus == XCB_INPUT_FOCUS_POINTER_ROOT)
             return false;
         window = focus->focus;
     }
-    const xcb_atom_t pidAtom = internAtom(c, "_NET_WM_PID");
+    const xcb_atom_t pidAtom = xcb::internAtom(c, "_NET_WM_PID");
     if (pidAtom == XCB_ATOM_NONE)
         return false;
     const auto ownPid = std::uint32_t(::getpid());
     for (int depth = 0; depth < maxWindowDepth && window != XCB_WINDOW_NONE && window != root; ++depth) {
         if (auto pid = cardinalProperty(c, window, pidAtom, XCB_ATOM_CARDINAL))
             return *pid == ownPid;
-        XcbReply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr),
-                                              &std::free);
+        const auto tree = xcb::reply(c, xcb_query_tree_reply, xcb_query_tree(c, window));
         if (!tree)
             return false;
         window = tree->parent;
     }
     return false;
-}
-
-void ManualZoomHotkey::copyToJournal(std::size_t& marksDone, TelemetryJournal& journal) const {
-    for (; marksDone < m_events.size(); ++marksDone)
-        journal.append(m_events[marksDone]);
 }
 
 } // namespace orvane

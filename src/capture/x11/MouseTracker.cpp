@@ -3,13 +3,13 @@
 #include "X11Buttons.h"
 #include "X11Connection.h"
 #include "XkbKeyboard.h"
+#include "capture/TelemetryJournal.h"
 #include "support/Log.h"
 
 #include <poll.h>
 #include <xcb/xinput.h>
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace orvane {
 
@@ -159,8 +159,7 @@ bool MouseTracker::start() {
     if (!extension || !extension->present)
         return false;
     // Raw events of master devices need XInput 2.1; 2.2 is what every server of the last decade offers.
-    std::unique_ptr<xcb_input_xi_query_version_reply_t, decltype(&std::free)> version(
-        xcb_input_xi_query_version_reply(c, xcb_input_xi_query_version(c, 2, 2), nullptr), &std::free);
+    const auto version = xcb::reply(c, xcb_input_xi_query_version_reply, xcb_input_xi_query_version(c, 2, 2));
     if (!version || version->major_version < 2 || (version->major_version == 2 && version->minor_version < 2))
         return false;
     m_xinputOpcode = extension->major_opcode;
@@ -182,12 +181,8 @@ bool MouseTracker::start() {
                     XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE};
     if (m_captureKeystrokes)
         selection.bits |= XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE;
-    xcb_generic_error_t* error =
-        xcb_request_check(c, xcb_input_xi_select_events_checked(c, connection->root(), 1, &selection.head));
-    if (error) {
-        std::free(error);
+    if (xcb::failed(c, xcb_input_xi_select_events_checked(c, connection->root(), 1, &selection.head)))
         return false;
-    }
 
     m_keyboard = std::move(keyboard);
     m_connection = std::move(connection);
@@ -247,7 +242,7 @@ void MouseTracker::probeServerClock(X11Connection& connection) {
     xcb_flush(c);
     const int fd = xcb_get_file_descriptor(c);
     while (std::chrono::steady_clock::now() - sent < std::chrono::milliseconds(clockProbeTimeoutMs)) {
-        std::unique_ptr<xcb_generic_event_t, decltype(&std::free)> event(xcb_poll_for_event(c), &std::free);
+        const xcb::Event event(xcb_poll_for_event(c));
         if (!event) {
             pollfd p{fd, POLLIN, 0};
             if (::poll(&p, 1, clockProbeTimeoutMs) <= 0)

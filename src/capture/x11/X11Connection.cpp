@@ -7,38 +7,18 @@
 
 #include <xcb/xcbext.h>
 
-#include <cstdlib>
-
 namespace orvane {
 
-namespace {
-struct FreeDeleter {
-    void operator()(void* p) const { std::free(p); }
-};
-template <class T>
-using XcbReply = std::unique_ptr<T, FreeDeleter>;
-} // namespace
-
 std::unique_ptr<X11Connection> X11Connection::open(const QByteArray& displayName) {
-    int screenNumber = 0;
-    xcb_connection_t* connection =
-        xcb_connect(displayName.isEmpty() ? nullptr : displayName.constData(), &screenNumber);
-    if (xcb_connection_has_error(connection)) {
-        xcb_disconnect(connection);
+    const xcb_screen_t* screen = nullptr;
+    xcb::ConnectionPtr connection = xcb::connect(displayName, &screen);
+    if (!connection)
         return nullptr;
-    }
-    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(connection));
-    for (int i = 0; i < screenNumber && it.rem; ++i)
-        xcb_screen_next(&it);
-    if (!it.rem) {
-        xcb_disconnect(connection);
-        return nullptr;
-    }
-    return std::unique_ptr<X11Connection>(new X11Connection(connection, *it.data));
+    return std::unique_ptr<X11Connection>(new X11Connection(std::move(connection), *screen));
 }
 
-X11Connection::X11Connection(xcb_connection_t* connection, const xcb_screen_t& screen)
-    : m_connection(connection)
+X11Connection::X11Connection(xcb::ConnectionPtr connection, const xcb_screen_t& screen)
+    : m_connection(std::move(connection))
     , m_root(screen.root)
     , m_rootSize{double(screen.width_in_pixels), double(screen.height_in_pixels)} {}
 
@@ -81,18 +61,17 @@ void X11Connection::queryPointer(std::uint64_t token) {
 }
 
 std::optional<Point> X11Connection::pointerPositionNow() {
-    const XcbReply<xcb_query_pointer_reply_t> reply(
-        xcb_query_pointer_reply(m_connection.get(), xcb_query_pointer(m_connection.get(), m_root), nullptr));
+    xcb_connection_t* c = m_connection.get();
+    const auto reply = xcb::reply(c, xcb_query_pointer_reply, xcb_query_pointer(c, m_root));
     if (!reply)
         return std::nullopt;
     return Point{double(reply->root_x), double(reply->root_y)};
 }
 
-void X11Connection::answer(const PendingQuery& query, void* reply) {
-    XcbReply<xcb_query_pointer_reply_t> pointer(static_cast<xcb_query_pointer_reply_t*>(reply));
+void X11Connection::answer(const PendingQuery& query, xcb::Reply<xcb_query_pointer_reply_t> reply) {
     std::optional<Point> position;
-    if (pointer)
-        position = Point{double(pointer->root_x), double(pointer->root_y)};
+    if (reply)
+        position = Point{double(reply->root_x), double(reply->root_y)};
     if (m_client)
         m_client->pointerAnswered(query.token, position);
 }
@@ -102,6 +81,7 @@ std::size_t X11Connection::answerQueries(bool wait) {
     xcb_connection_t* c = m_connection.get();
     while (m_queryHead < m_queries.size()) {
         const PendingQuery query = m_queries[m_queryHead];
+        // By sequence number, since the cookies are not kept; an error answers the query with nothing.
         void* reply = nullptr;
         xcb_generic_error_t* error = nullptr;
         if (wait) {
@@ -109,10 +89,10 @@ std::size_t X11Connection::answerQueries(bool wait) {
         } else if (query.flushedAtRead >= m_reads || !xcb_poll_for_reply(c, query.sequence, &reply, &error)) {
             break;
         }
-        std::free(error);
+        const xcb::Error ignored(error);
         ++m_queryHead;
         ++answered;
-        answer(query, reply);
+        answer(query, xcb::Reply<xcb_query_pointer_reply_t>(static_cast<xcb_query_pointer_reply_t*>(reply)));
     }
     if (m_queryHead == m_queries.size()) {
         m_queries.clear();
@@ -124,7 +104,7 @@ std::size_t X11Connection::answerQueries(bool wait) {
 
 std::size_t X11Connection::drainQueuedEvents() {
     std::size_t count = 0;
-    while (XcbReply<xcb_generic_event_t> event{xcb_poll_for_queued_event(m_connection.get())}) {
+    while (xcb::Event event{xcb_poll_for_queued_event(m_connection.get())}) {
         ++count;
         if (m_client)
             m_client->handleEvent(*event);
@@ -148,7 +128,7 @@ std::size_t X11Connection::pump() {
     // One read per wake-up brings in everything the server has sent; what did not fit in XCB's buffer
     // stays in the socket and wakes the loop again.
     std::size_t events = 0;
-    if (XcbReply<xcb_generic_event_t> event{xcb_poll_for_event(m_connection.get())}) {
+    if (xcb::Event event{xcb_poll_for_event(m_connection.get())}) {
         ++events;
         if (m_client)
             m_client->handleEvent(*event);
@@ -229,8 +209,8 @@ void X11Connection::settle() {
     if (xcb_connection_has_error(c))
         return;
     m_pumping = true;
-    // The server answers in order, so once this reply is in, every event sent before it is too.
-    std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    // Once the round trip is back, every event sent before it is in.
+    xcb::sync(c);
     while (true) {
         const std::size_t events = drainQueuedEvents();
         if (events && m_client)

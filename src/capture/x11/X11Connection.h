@@ -1,10 +1,9 @@
 #pragma once
 
+#include "capture/x11/XcbHandles.h"
 #include "project/Geometry.h"
 
 #include <QByteArray>
-
-#include <xcb/xcb.h>
 
 #include <chrono>
 #include <cstdint>
@@ -71,9 +70,6 @@ public:
     void settle();
 
 private:
-    struct ConnectionDeleter {
-        void operator()(xcb_connection_t* c) const { xcb_disconnect(c); }
-    };
     struct PendingQuery {
         unsigned int sequence;
         std::uint64_t token;
@@ -81,18 +77,18 @@ private:
         std::uint64_t flushedAtRead;
     };
 
-    X11Connection(xcb_connection_t* connection, const xcb_screen_t& screen);
+    X11Connection(xcb::ConnectionPtr connection, const xcb_screen_t& screen);
     std::size_t pump();
     void socketReadable();
     void intervalElapsed();
     std::size_t dispatchBuffered(std::size_t eventsHandled);
     std::size_t drainQueuedEvents();
     std::size_t answerQueries(bool wait);
-    void answer(const PendingQuery& query, void* reply);
+    void answer(const PendingQuery& query, xcb::Reply<xcb_query_pointer_reply_t> reply);
     void flush();
     void failed();
 
-    std::unique_ptr<xcb_connection_t, ConnectionDeleter> m_connection;
+    xcb::ConnectionPtr m_connection;
     xcb_window_t m_root;
     Size m_rootSize;
     Client* m_client = nullptr;

@@ -40,7 +40,7 @@ Atoms internAtoms(xcb_connection_t* c) {
         cookies[i] = xcb_intern_atom(c, 0, std::uint16_t(std::strlen(names[i])), names[i]);
     xcb_atom_t atoms[count];
     for (std::size_t i = 0; i < count; ++i) {
-        xcb::Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(c, cookies[i], nullptr));
+        const auto reply = xcb::reply(c, xcb_intern_atom_reply, cookies[i]);
         atoms[i] = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
     }
     return {atoms[0], atoms[1], atoms[2], atoms[3], atoms[4],  atoms[5],
@@ -54,7 +54,7 @@ xcb_get_property_cookie_t askProperty(xcb_connection_t* c, xcb_window_t w, xcb_a
 
 template <class T>
 std::vector<T> propertyValues(xcb_connection_t* c, xcb_get_property_cookie_t cookie) {
-    xcb::Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(c, cookie, nullptr));
+    const auto reply = xcb::reply(c, xcb_get_property_reply, cookie);
     if (!reply || reply->format != sizeof(T) * 8)
         return {};
     const auto* values = static_cast<const T*>(xcb_get_property_value(reply.get()));
@@ -62,7 +62,7 @@ std::vector<T> propertyValues(xcb_connection_t* c, xcb_get_property_cookie_t coo
 }
 
 std::optional<QByteArray> propertyBytes(xcb_connection_t* c, xcb_get_property_cookie_t cookie) {
-    xcb::Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(c, cookie, nullptr));
+    const auto reply = xcb::reply(c, xcb_get_property_reply, cookie);
     if (!reply || reply->type == XCB_ATOM_NONE || reply->format != 8)
         return std::nullopt;
     return QByteArray(static_cast<const char*>(xcb_get_property_value(reply.get())),
@@ -73,11 +73,10 @@ std::vector<ShareableContent::Display> queryDisplays(xcb_connection_t* c, const 
     std::vector<ShareableContent::Display> displays;
     const xcb_query_extension_reply_t* randr = xcb_get_extension_data(c, &xcb_randr_id);
     if (randr && randr->present) {
-        xcb::Reply<xcb_randr_query_version_reply_t> version(
-            xcb_randr_query_version_reply(c, xcb_randr_query_version(c, 1, 5), nullptr));
+        const auto version = xcb::reply(c, xcb_randr_query_version_reply, xcb_randr_query_version(c, 1, 5));
         if (version && (version->major_version > 1 || version->minor_version >= 5)) {
-            xcb::Reply<xcb_randr_get_monitors_reply_t> monitors(
-                xcb_randr_get_monitors_reply(c, xcb_randr_get_monitors(c, screen.root, 1), nullptr));
+            const auto monitors =
+                xcb::reply(c, xcb_randr_get_monitors_reply, xcb_randr_get_monitors(c, screen.root, 1));
             if (monitors) {
                 for (auto it = xcb_randr_get_monitors_monitors_iterator(monitors.get()); it.rem;
                      xcb_randr_monitor_info_next(&it)) {
@@ -107,15 +106,15 @@ std::vector<ShareableContent::Display> queryDisplays(xcb_connection_t* c, const 
 
 std::vector<xcb_window_t> managedWindows(xcb_connection_t* c, xcb_window_t root, const Atoms& atoms) {
     if (atoms.clientList != XCB_ATOM_NONE) {
-        xcb::Reply<xcb_get_property_reply_t> reply(
-            xcb_get_property_reply(c, askProperty(c, root, atoms.clientList, XCB_ATOM_WINDOW), nullptr));
+        const auto reply =
+            xcb::reply(c, xcb_get_property_reply, askProperty(c, root, atoms.clientList, XCB_ATOM_WINDOW));
         if (reply && reply->type == XCB_ATOM_WINDOW && reply->format == 32) {
             const auto* values = static_cast<const xcb_window_t*>(xcb_get_property_value(reply.get()));
             return {values, values + xcb_get_property_value_length(reply.get()) / 4};
         }
     }
     // No window manager keeps a list: take what is on the screen, bottom to top.
-    xcb::Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, root), nullptr));
+    const auto tree = xcb::reply(c, xcb_query_tree_reply, xcb_query_tree(c, root));
     if (!tree)
         return {};
     const xcb_window_t* children = xcb_query_tree_children(tree.get());
@@ -125,8 +124,7 @@ std::vector<xcb_window_t> managedWindows(xcb_connection_t* c, xcb_window_t root,
         cookies.push_back(xcb_get_window_attributes(c, children[i]));
     std::vector<xcb_window_t> windows;
     for (int i = 0; i < count; ++i) {
-        xcb::Reply<xcb_get_window_attributes_reply_t> attributes(
-            xcb_get_window_attributes_reply(c, cookies[std::size_t(i)], nullptr));
+        const auto attributes = xcb::reply(c, xcb_get_window_attributes_reply, cookies[std::size_t(i)]);
         if (attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE && !attributes->override_redirect &&
             attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT)
             windows.push_back(children[i]);
@@ -190,9 +188,8 @@ std::vector<WindowFacts> describeWindows(xcb_connection_t* c, xcb_window_t root,
         for (xcb_atom_t state : propertyValues<xcb_atom_t>(c, k.state))
             if (state == atoms.skipTaskbar)
                 f.skipsTaskbar = true;
-        xcb::Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, k.geometry, nullptr));
-        xcb::Reply<xcb_translate_coordinates_reply_t> origin(
-            xcb_translate_coordinates_reply(c, k.origin, nullptr));
+        const auto geometry = xcb::reply(c, xcb_get_geometry_reply, k.geometry);
+        const auto origin = xcb::reply(c, xcb_translate_coordinates_reply, k.origin);
         if (geometry && origin) {
             f.exists = true;
             f.frame = {double(origin->dst_x), double(origin->dst_y), double(geometry->width),
@@ -261,8 +258,8 @@ bool X11ContentQuery::captureAllowed(const QByteArray& displayName) {
     if (!connection || screen->width_in_pixels == 0 || screen->height_in_pixels == 0)
         return false;
     xcb_connection_t* c = connection.get();
-    xcb::Reply<xcb_get_image_reply_t> pixel(xcb_get_image_reply(
-        c, xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, screen->root, 0, 0, 1, 1, ~0u), nullptr));
+    const auto pixel = xcb::reply(c, xcb_get_image_reply,
+                                  xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, screen->root, 0, 0, 1, 1, ~0u));
     return pixel != nullptr;
 }
 
@@ -274,8 +271,7 @@ bool X11ContentQuery::hasXInput2(const QByteArray& displayName) {
     const xcb_query_extension_reply_t* xinput = xcb_get_extension_data(c, &xcb_input_id);
     if (!xinput || !xinput->present)
         return false;
-    xcb::Reply<xcb_input_xi_query_version_reply_t> version(
-        xcb_input_xi_query_version_reply(c, xcb_input_xi_query_version(c, 2, 2), nullptr));
+    const auto version = xcb::reply(c, xcb_input_xi_query_version_reply, xcb_input_xi_query_version(c, 2, 2));
     return version &&
            (version->major_version > 2 || (version->major_version == 2 && version->minor_version >= 2));
 }

@@ -31,9 +31,7 @@ bool serverSharesMemory(xcb_connection_t* c) {
     const xcb_query_extension_reply_t* shm = xcb_get_extension_data(c, &xcb_shm_id);
     if (!shm || !shm->present)
         return false;
-    xcb::Reply<xcb_shm_query_version_reply_t> version(
-        xcb_shm_query_version_reply(c, xcb_shm_query_version(c), nullptr));
-    return version != nullptr;
+    return xcb::reply(c, xcb_shm_query_version_reply, xcb_shm_query_version(c)) != nullptr;
 }
 
 // Bits per pixel of the server's images at `depth`.
@@ -104,8 +102,8 @@ tl::expected<std::unique_ptr<X11FrameGrabber>, QString> X11FrameGrabber::open(co
         if (!composite || !composite->present)
             return tl::unexpected(
                 QStringLiteral("The X server has no Composite extension; windows cannot be captured."));
-        xcb::Reply<xcb_composite_query_version_reply_t> version(
-            xcb_composite_query_version_reply(c, xcb_composite_query_version(c, 0, 4), nullptr));
+        const auto version =
+            xcb::reply(c, xcb_composite_query_version_reply, xcb_composite_query_version(c, 0, 4));
         if (!version || (version->major_version == 0 && version->minor_version < 2))
             return tl::unexpected(QStringLiteral("The X server's Composite extension is older than 0.2."));
         const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
@@ -145,7 +143,7 @@ void X11FrameGrabber::releaseWindowPixmap() {
 
 void X11FrameGrabber::takeWindowEvents() {
     xcb_connection_t* c = m_connection.get();
-    while (xcb::Reply<xcb_generic_event_t> event{xcb_poll_for_event(c)}) {
+    while (xcb::Event event{xcb_poll_for_event(c)}) {
         switch (event->response_type & 0x7f) {
         case XCB_CONFIGURE_NOTIFY: {
             const auto* e = reinterpret_cast<const xcb_configure_notify_event_t*>(event.get());
@@ -173,8 +171,8 @@ void X11FrameGrabber::takeWindowEvents() {
 
 tl::expected<void, QString> X11FrameGrabber::nameWindowPixmap() {
     xcb_connection_t* c = m_connection.get();
-    xcb::Reply<xcb_get_window_attributes_reply_t> attributes(
-        xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, m_target.windowID), nullptr));
+    const auto attributes =
+        xcb::reply(c, xcb_get_window_attributes_reply, xcb_get_window_attributes(c, m_target.windowID));
     if (!attributes) {
         m_windowGone = true;
         return tl::unexpected(QStringLiteral("The window %1 is gone.").arg(m_target.windowID));
@@ -182,8 +180,7 @@ tl::expected<void, QString> X11FrameGrabber::nameWindowPixmap() {
     m_windowMapped = attributes->map_state == XCB_MAP_STATE_VIEWABLE;
     if (!m_windowMapped)
         return tl::unexpected(QStringLiteral("The window %1 is not on the screen.").arg(m_target.windowID));
-    xcb::Reply<xcb_get_geometry_reply_t> geometry(
-        xcb_get_geometry_reply(c, xcb_get_geometry(c, m_target.windowID), nullptr));
+    const auto geometry = xcb::reply(c, xcb_get_geometry_reply, xcb_get_geometry(c, m_target.windowID));
     if (!geometry)
         return tl::unexpected(QStringLiteral("The window %1 is gone.").arg(m_target.windowID));
     const xcb_pixmap_t pixmap = xcb_generate_id(c);
@@ -220,14 +217,12 @@ tl::expected<X11FrameGrabber::Image, QString> X11FrameGrabber::grab(int index) {
         height = std::min(height, m_windowHeight);
     }
     if (m_useShm) {
-        xcb::Reply<xcb_generic_error_t> error;
-        xcb_generic_error_t* raw = nullptr;
-        xcb::Reply<xcb_shm_get_image_reply_t> reply(xcb_shm_get_image_reply(
-            c,
-            xcb_shm_get_image(c, drawable, x, y, std::uint16_t(width), std::uint16_t(height), ~0u,
-                              XCB_IMAGE_FORMAT_Z_PIXMAP, buffer.segment, 0),
-            &raw));
-        error.reset(raw);
+        xcb::Error error;
+        const auto reply =
+            xcb::reply(c, xcb_shm_get_image_reply,
+                       xcb_shm_get_image(c, drawable, x, y, std::uint16_t(width), std::uint16_t(height), ~0u,
+                                         XCB_IMAGE_FORMAT_Z_PIXMAP, buffer.segment, 0),
+                       error);
         if (!reply) {
             releaseWindowPixmap();
             return tl::unexpected(QStringLiteral("The X server refused to hand over the pixels (error %1).")
@@ -235,12 +230,11 @@ tl::expected<X11FrameGrabber::Image, QString> X11FrameGrabber::grab(int index) {
         }
         return Image{buffer.address, width, height, width * 4};
     }
-    xcb_generic_error_t* raw = nullptr;
-    buffer.reply.reset(xcb_get_image_reply(c,
-                                           xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, x, y,
-                                                         std::uint16_t(width), std::uint16_t(height), ~0u),
-                                           &raw));
-    xcb::Reply<xcb_generic_error_t> error(raw);
+    xcb::Error error;
+    buffer.reply = xcb::reply(c, xcb_get_image_reply,
+                              xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, x, y,
+                                            std::uint16_t(width), std::uint16_t(height), ~0u),
+                              error);
     if (!buffer.reply) {
         releaseWindowPixmap();
         return tl::unexpected(QStringLiteral("The X server refused to hand over the pixels (error %1).")

@@ -1,7 +1,8 @@
 #pragma once
 
 // Owning handles for XCB: a connection of one's own (for threads that must not share the main thread's)
-// and the replies XCB hands out with malloc.
+// and the replies, errors and events XCB hands out with malloc. Every XCB user goes through these, so
+// that no reply is freed by hand and no file keeps a deleter of its own.
 
 #include <QByteArray>
 
@@ -10,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 
 namespace orvane::xcb {
 
@@ -23,6 +25,28 @@ struct FreeDeleter {
 };
 template <class T>
 using Reply = std::unique_ptr<T, FreeDeleter>;
+// What the server sent back instead of a reply, or for a checked request that failed.
+using Error = Reply<xcb_generic_error_t>;
+using Event = Reply<xcb_generic_event_t>;
+
+// The reply to `cookie`, through the `_reply` function of its request:
+// `xcb::reply(c, xcb_query_tree_reply, xcb_query_tree(c, window))`. Null when the server answered with an
+// error or the connection broke.
+template <class ReplyFunction, class Cookie>
+[[nodiscard]] auto reply(xcb_connection_t* c, ReplyFunction replyFunction, Cookie cookie) {
+    using T = std::remove_pointer_t<decltype(replyFunction(c, cookie, nullptr))>;
+    return Reply<T>(replyFunction(c, cookie, nullptr));
+}
+
+// The same, keeping the server's error for a caller that reports it. `error` is reset either way.
+template <class ReplyFunction, class Cookie>
+[[nodiscard]] auto reply(xcb_connection_t* c, ReplyFunction replyFunction, Cookie cookie, Error& error) {
+    using T = std::remove_pointer_t<decltype(replyFunction(c, cookie, nullptr))>;
+    xcb_generic_error_t* raw = nullptr;
+    Reply<T> answer(replyFunction(c, cookie, &raw));
+    error.reset(raw);
+    return answer;
+}
 
 // Connects to `displayName`, or to $DISPLAY when it is empty; null when no server answers. `screen` gets
 // the default screen of that display.
@@ -42,15 +66,20 @@ inline ConnectionPtr connect(const QByteArray& displayName, const xcb_screen_t**
 }
 
 inline xcb_atom_t internAtom(xcb_connection_t* c, const char* name, bool onlyIfExists = false) {
-    Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-        c, xcb_intern_atom(c, onlyIfExists ? 1 : 0, std::uint16_t(std::strlen(name)), name), nullptr));
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+    const auto atom = reply(c, xcb_intern_atom_reply,
+                            xcb_intern_atom(c, onlyIfExists ? 1 : 0, std::uint16_t(std::strlen(name)), name));
+    return atom ? atom->atom : xcb_atom_t(XCB_ATOM_NONE);
 }
 
-// Whether a request that asked for a checked reply failed; the error is freed.
+// Whether a request sent with its `_checked` variant failed; waits for the server to say.
 inline bool failed(xcb_connection_t* c, xcb_void_cookie_t cookie) {
-    Reply<xcb_generic_error_t> error(xcb_request_check(c, cookie));
-    return error != nullptr;
+    return Error(xcb_request_check(c, cookie)) != nullptr;
+}
+
+// A round trip. The server answers in order, so once this returns it has carried out every request sent
+// before, and every event it sent before is queued on our side.
+inline void sync(xcb_connection_t* c) {
+    (void)reply(c, xcb_get_input_focus_reply, xcb_get_input_focus(c));
 }
 
 // The display name as a user would see it, for error texts.

@@ -1,6 +1,7 @@
 #include "XkbKeyboard.h"
 
 #include "KeyCodeTable.h"
+#include "XcbHandles.h"
 
 #define explicit explicit_ // xkb.h names a struct member `explicit`
 #include <xcb/xkb.h>
@@ -70,14 +71,9 @@ bool XkbKeyboard::selectEvents() {
     details.newKeyboardDetails = XCB_XKB_NKN_DETAIL_KEYCODES;
     details.affectState = stateDetails;
     details.stateDetails = stateDetails;
-    const xcb_void_cookie_t cookie = xcb_xkb_select_events_aux_checked(
-        m_connection, xcb_xkb_device_spec_t(m_deviceID), events, 0, 0, mapParts, mapParts, &details);
-    xcb_generic_error_t* error = xcb_request_check(m_connection, cookie);
-    if (error) {
-        std::free(error);
-        return false;
-    }
-    return true;
+    return !xcb::failed(m_connection,
+                        xcb_xkb_select_events_aux_checked(m_connection, xcb_xkb_device_spec_t(m_deviceID),
+                                                          events, 0, 0, mapParts, mapParts, &details));
 }
 
 bool XkbKeyboard::handleEvent(const xcb_generic_event_t& event) {
