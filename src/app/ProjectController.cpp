@@ -67,16 +67,9 @@ tl::expected<std::shared_ptr<ProjectBundle>, Error> ProjectController::makeBundl
 tl::expected<std::shared_ptr<ProjectBundle>, Error>
 ProjectController::createProject(const QString& name, int width, int height, int frameRate) {
     const QString filtered = filteredProjectName(name);
-    const QString folder =
-        QDir(m_app.recordingsRootDirectory()).filePath(filtered + QStringLiteral(".orvanescreen"));
-    auto bundle = makeBundle(folder, newProject(filtered, std::max(width, 320), std::max(height, 240),
-                                                std::clamp(frameRate, 1, 120)));
-    if (!bundle)
-        return bundle;
-    m_app.setCurrentBundle(*bundle);
-    m_recents.registerBundle(**bundle);
-    m_app.setScreen(AppScreen::editor);
-    return bundle;
+    return createAndOpen(
+        QDir(m_app.recordingsRootDirectory()).filePath(filtered + QStringLiteral(".orvanescreen")), filtered,
+        width, height, frameRate);
 }
 
 tl::expected<std::shared_ptr<ProjectBundle>, Error>
@@ -84,9 +77,16 @@ ProjectController::createProjectAt(const QString& folder, int width, int height,
     QString name = QFileInfo(folder).fileName();
     if (name.endsWith(QStringLiteral(".orvanescreen")))
         name.chop(13);
-    auto bundle = makeBundle(QFileInfo(folder).absoluteFilePath(),
-                             newProject(filteredProjectName(name), std::max(width, 320),
-                                        std::max(height, 240), std::clamp(frameRate, 1, 120)));
+    return createAndOpen(QFileInfo(folder).absoluteFilePath(), filteredProjectName(name), width, height,
+                         frameRate);
+}
+
+tl::expected<std::shared_ptr<ProjectBundle>, Error> ProjectController::createAndOpen(const QString& folder,
+                                                                                     const QString& name,
+                                                                                     int width, int height,
+                                                                                     int frameRate) {
+    auto bundle = makeBundle(
+        folder, newProject(name, std::max(width, 320), std::max(height, 240), std::clamp(frameRate, 1, 120)));
     if (!bundle)
         return bundle;
     m_app.setCurrentBundle(*bundle);

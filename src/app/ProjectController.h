@@ -47,6 +47,9 @@ public:
 
 private:
     tl::expected<std::shared_ptr<ProjectBundle>, Error> makeBundle(const QString& folder, Project project);
+    // A new project in `folder`, opened on the editor and listed among the recent ones.
+    tl::expected<std::shared_ptr<ProjectBundle>, Error>
+    createAndOpen(const QString& folder, const QString& name, int width, int height, int frameRate);
     void offerRecovery(const std::shared_ptr<ProjectBundle>& bundle);
 
     AppState& m_app;

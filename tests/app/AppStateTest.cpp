@@ -1,5 +1,6 @@
 #include "app/AppState.h"
 
+#include "AppTestSupport.h"
 #include "app/TerminationRace.h"
 #include "support/Clock.h"
 #include "support/UserDefaults.h"
@@ -19,19 +20,16 @@ namespace {
 
 class AppStateTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(m_dir.isValid());
-        m_defaults.setValue(QStringLiteral("recordingSaveDirectory"),
-                            m_dir.filePath(QStringLiteral("Projects")));
-    }
+    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
 
     Project& project() { return const_cast<Project&>(m_app.currentBundle()->project()); }
 
-    QTemporaryDir m_dir;
-    UserDefaults m_defaults{m_dir.filePath(QStringLiteral("defaults.ini"))};
-    RecentProjectsStore m_recents{m_defaults};
-    ManualClock m_clock;
-    AppState m_app{{m_defaults, m_recents, m_clock}};
+    test::PrivateApp m_private;
+    QTemporaryDir& m_dir = m_private.dir;
+    UserDefaults& m_defaults = m_private.defaults;
+    RecentProjectsStore& m_recents = m_private.recents;
+    ManualClock& m_clock = m_private.clock;
+    AppState& m_app = m_private.app;
 };
 
 } // namespace

@@ -2,6 +2,7 @@
 // export are refused while it runs.
 #include "app/ExportController.h"
 
+#include "AppTestSupport.h"
 #include "app/AppState.h"
 #include "capture/X11TestSupport.h"
 #include "support/Clock.h"
@@ -49,8 +50,6 @@ class ExportControllerTest : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(m_dir.isValid());
-        m_defaults.setValue(QStringLiteral("recordingSaveDirectory"),
-                            m_dir.filePath(QStringLiteral("Projects")));
         ASSERT_TRUE(m_app.createProject(QStringLiteral("Export"), 1280, 720, 30));
         m_app.currentBundle()->update([](Project& p) {
             p.timeline.clips.push_back(p.makeClip(QStringLiteral("Clip"), ProjectTime(1), Size{1280, 720}));
@@ -65,11 +64,9 @@ protected:
         m_gate->wake.notify_all();
     }
 
-    QTemporaryDir m_dir;
-    UserDefaults m_defaults{m_dir.filePath(QStringLiteral("defaults.ini"))};
-    RecentProjectsStore m_recents{m_defaults};
-    ManualClock m_clock;
-    AppState m_app{{m_defaults, m_recents, m_clock}};
+    test::PrivateApp m_private;
+    QTemporaryDir& m_dir = m_private.dir;
+    AppState& m_app = m_private.app;
     std::shared_ptr<Gate> m_gate = std::make_shared<Gate>();
     ExportQueue m_queue{[gate = m_gate] {
         return std::make_unique<GatedRunner>(gate);

@@ -1,4 +1,5 @@
 // Creating and opening projects, and bringing back the recordings a crash left without a clip.
+#include "AppTestSupport.h"
 #include "app/AppState.h"
 #include "app/RecordingRecovery.h"
 #include "capture/CaptureTestSupport.h"
@@ -22,11 +23,7 @@ namespace {
 
 class ProjectControllerTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(m_dir.isValid());
-        m_defaults.setValue(QStringLiteral("recordingSaveDirectory"),
-                            m_dir.filePath(QStringLiteral("Projects")));
-    }
+    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
 
     // A movie where the capture engine would have put one, as a killed recording leaves it.
     QString leaveRecording(const ProjectBundle& bundle, double seconds, Size size = Size{640, 360}) {
@@ -46,11 +43,10 @@ protected:
         return nullptr;
     }
 
-    QTemporaryDir m_dir;
-    UserDefaults m_defaults{m_dir.filePath(QStringLiteral("defaults.ini"))};
-    RecentProjectsStore m_recents{m_defaults};
-    ManualClock m_clock;
-    AppState m_app{{m_defaults, m_recents, m_clock}};
+    test::PrivateApp m_private;
+    QTemporaryDir& m_dir = m_private.dir;
+    RecentProjectsStore& m_recents = m_private.recents;
+    AppState& m_app = m_private.app;
 };
 
 } // namespace
