@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
@@ -178,4 +179,23 @@ TEST_F(RecordingRoutesTest, StartThenStopLeavesAClipThatPlays) {
 
     EXPECT_EQ(call("POST", "/recording/stop").status, 409);
     EXPECT_FALSE(bodyOf(call("GET", "/status").body).value("isRecording").toBool(true));
+}
+
+TEST_F(RecordingRoutesTest, WithoutASoundServerTheStartRecordsVideoAndSaysWhatItLacks) {
+    // Sound asked for, and a sound server that is not there: nothing listens on this socket.
+    CaptureEnvironment silent = environment();
+    silent.pulseServer = "unix:" + QFile::encodeName(server->dir.filePath(QStringLiteral("no-sound-server")));
+    server->app.setCaptureEnvironment(silent);
+    const CurlResult started =
+        call("POST", "/recording/start", R"({"source": "display", "microphone": true, "systemAudio": true})");
+    ASSERT_EQ(started.status, 200) << started.body.constData();
+    const JsonObject s = bodyOf(started.body);
+    EXPECT_TRUE(s.value("recording").toBool()) << started.body.constData();
+    const JsonArray warnings = s.value("warnings").toArray();
+    ASSERT_EQ(warnings.size(), 1) << started.body.constData();
+    EXPECT_TRUE(warnings[0].toString().startsWith(QStringLiteral("Recording without sound: ")))
+        << started.body.constData();
+    if (server->app.isRecording()) {
+        EXPECT_EQ(call("POST", "/recording/stop").status, 200);
+    }
 }
