@@ -1,20 +1,16 @@
 #include "DisplayCheck.h"
 
+#include "capture/x11/XcbHandles.h"
+
 #include <QDir>
 #include <QFileInfo>
-
-#include <xcb/xcb.h>
-
-#include <memory>
 
 namespace orvane {
 
 namespace {
 
 bool xServerAnswers(const QByteArray& display) {
-    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
-        xcb_connect(display.constData(), nullptr), &xcb_disconnect);
-    return connection && xcb_connection_has_error(connection.get()) == 0;
+    return xcb::connect(display, nullptr) != nullptr;
 }
 
 bool waylandSocketExists(const QString& name) {
