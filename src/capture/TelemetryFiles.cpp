@@ -17,17 +17,22 @@ tl::expected<QByteArray, QString> readBytes(const QString& path) {
 }
 
 template <class Track>
-tl::expected<Track, QString> readTrack(const QString& path) {
-    auto bytes = readBytes(path);
-    if (!bytes)
-        return tl::unexpected(bytes.error());
+tl::expected<Track, QString> decodeTrack(const QByteArray& bytes) {
     try {
-        const JsonValue root = readJsonDocument(*bytes);
+        const JsonValue root = readJsonDocument(bytes);
         const JsonPath rootPath;
         return decodeJson<Track>(JsonIn(root, rootPath));
     } catch (const JsonError& e) {
         return tl::unexpected(e.description());
     }
+}
+
+template <class Track>
+tl::expected<Track, QString> readTrack(const QString& path) {
+    auto bytes = readBytes(path);
+    if (!bytes)
+        return tl::unexpected(bytes.error());
+    return decodeTrack<Track>(*bytes);
 }
 
 template <class Track>
@@ -54,6 +59,14 @@ tl::expected<CursorTrack, QString> TelemetryFiles::readCursorTrack(const QString
 
 tl::expected<EventTrack, QString> TelemetryFiles::readEventTrack(const QString& path) {
     return readTrack<EventTrack>(path);
+}
+
+tl::expected<CursorTrack, QString> TelemetryFiles::decodeCursorTrack(const QByteArray& bytes) {
+    return decodeTrack<CursorTrack>(bytes);
+}
+
+tl::expected<EventTrack, QString> TelemetryFiles::decodeEventTrack(const QByteArray& bytes) {
+    return decodeTrack<EventTrack>(bytes);
 }
 
 CursorTrack TelemetryFiles::loadCursorTrack(const QString& path) {

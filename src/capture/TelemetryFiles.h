@@ -3,6 +3,7 @@
 #include "CursorTrack.h"
 #include "EventTrack.h"
 
+#include <QByteArray>
 #include <QString>
 
 #include <tl/expected.hpp>
@@ -19,6 +20,9 @@ public:
     // expected one.") or the system's reason the file could not be opened.
     static tl::expected<CursorTrack, QString> readCursorTrack(const QString& path);
     static tl::expected<EventTrack, QString> readEventTrack(const QString& path);
+    // The same for the bytes of such a file, already in memory.
+    static tl::expected<CursorTrack, QString> decodeCursorTrack(const QByteArray& bytes);
+    static tl::expected<EventTrack, QString> decodeEventTrack(const QByteArray& bytes);
 
     // Lenient readers for the editor, the preview and export: a missing or unreadable file is an empty
     // track, and the reason is logged.
