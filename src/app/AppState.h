@@ -53,6 +53,8 @@ public:
 
     // The process-wide instance, set by the constructor.
     static AppState* shared();
+    // The settings store this state was made with: the server reads the origins it lets in from it.
+    UserDefaults& defaults() const { return m_defaults; }
 
     // ---- state --------------------------------------------------------------------------------------
     UndoManager& undoManager() { return m_undoManager; }

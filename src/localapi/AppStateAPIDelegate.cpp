@@ -31,10 +31,10 @@ LocalScreenAPIDelegate::ExportCounts AppStateAPIDelegate::exportCounts() const {
     return counts;
 }
 
-void ensureLocalAPIServer(AppState& app, const UserDefaults& defaults) {
+void ensureLocalAPIServer(AppState& app) {
     if (app.localAPIServer())
         return;
-    auto holder = std::make_unique<ServerWithDelegate>(app, defaults);
+    auto holder = std::make_unique<ServerWithDelegate>(app, app.defaults());
     holder->server().start();
     app.setLocalAPIServer(std::move(holder));
 }

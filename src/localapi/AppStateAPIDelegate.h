@@ -61,8 +61,8 @@ private:
     AppState& m_app;
 };
 
-// Makes the one loopback server for `app` if it has none, and starts it. `defaults` is the settings store
-// `app` was made with; the server reads the web origins it lets in from there.
-void ensureLocalAPIServer(AppState& app, const UserDefaults& defaults);
+// Makes the one loopback server for `app` if it has none, and starts it. The server reads the web origins
+// it lets in from the settings store `app` was made with.
+void ensureLocalAPIServer(AppState& app);
 
 } // namespace orvane

@@ -21,7 +21,7 @@ class ServeSession : public QObject {
 public:
     ServeSession(AppState& app, quint16 port)
         : m_delegate(app)
-        , m_server(&m_delegate, &app, UserDefaults::standard(), port) {}
+        , m_server(&m_delegate, &app, app.defaults(), port) {}
     LocalAPIServer& server() { return m_server; }
 
 private:
