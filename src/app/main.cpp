@@ -2,10 +2,12 @@
 #include "BundlePreviewRenderer.h"
 #include "CommandLine.h"
 #include "DisplayCheck.h"
+#include "direction/ThumbnailGenerator.h"
 #include "localapi/ServeCommand.h"
 
 #include <QDir>
 #include <QGuiApplication>
+#include <QThreadPool>
 
 #include <unistd.h>
 
@@ -42,11 +44,15 @@ int main(int argc, char** argv) {
     QGuiApplication::setOrganizationName(QStringLiteral("Orvane"));
     QGuiApplication::setApplicationVersion(QStringLiteral(ORVANE_VERSION));
     orvane::BundlePreviewRenderer::install();
+    orvane::RecentProjectsStore::shared().setThumbnailGenerator(&orvane::ThumbnailGenerator::generate);
 
     orvane::AppState app;
     orvane::CommandLine commandLine;
     commandLine.add(QStringLiteral("serve"), QStringLiteral("serve [--port N]"), &orvane::runServeCommand);
     QStringList args = QGuiApplication::arguments();
     args.removeFirst();
-    return commandLine.run(app, args);
+    const int status = commandLine.run(app, args);
+    // A recent project's card may still be in the making; it finishes before the application goes.
+    QThreadPool::globalInstance()->waitForDone();
+    return status;
 }
