@@ -3,7 +3,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 JOBS ?= 2
 
-.PHONY: all deps configure build test demo bench fuzz format clean
+.PHONY: all deps configure build test demo bench fuzz package format clean
 
 all: build
 
@@ -32,6 +32,10 @@ bench: build
 
 fuzz:
 	scripts/run-fuzzers
+
+# A .deb of the program, its desktop entry, icons and resources, in $(BUILD_DIR).
+package: build
+	cd $(BUILD_DIR) && cpack -G DEB
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
