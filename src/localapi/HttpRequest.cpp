@@ -20,8 +20,9 @@ QList<HeaderLine> headerLines(QStringView block) {
         if (line.isEmpty())
             continue;
         if (line.front() == u' ' || line.front() == u'\t') {
-            if (!lines.isEmpty())
-                lines.back().value += u' ' + line.trimmed().toString();
+            // A continuation of only blanks adds nothing, and none adds blanks at either end.
+            if (!lines.isEmpty() && !line.trimmed().isEmpty())
+                lines.back().value = (lines.back().value + u' ' + line.trimmed().toString()).trimmed();
             continue;
         }
         const qsizetype colon = line.indexOf(u':');

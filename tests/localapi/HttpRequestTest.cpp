@@ -71,6 +71,11 @@ TEST(HttpRequest, HeadersTheAccessChecksRead) {
     EXPECT_EQ(tricky.hosts, (QStringList{QStringLiteral("127.0.0.1:1"), QStringLiteral("evil.example:1")}));
     EXPECT_EQ(tricky.origins, QStringList{QStringLiteral("http://a.example next")});
     EXPECT_FALSE(tricky.asksPrivateNetworkAccess);
+    // A blank continuation, or one under an empty value, leaves no blanks at the value's ends.
+    const HttpRequest blanks =
+        parsed("GET / HTTP/1.1\r\nOrigin: http://b.example\r\n \r\nHost:\r\n\t1:2\r\n\r\n");
+    EXPECT_EQ(blanks.origins, QStringList{QStringLiteral("http://b.example")});
+    EXPECT_EQ(blanks.hosts, QStringList{QStringLiteral("1:2")});
 }
 
 TEST(HttpRequest, CompleteOnceTheHeadersAndTheDeclaredBodyAreIn) {
