@@ -4,6 +4,24 @@
 
 namespace orvane {
 
+namespace {
+
+// Host names and origins are ASCII; Unicode's case folding would let "localhoſt" (long s) or a Kelvin
+// sign stand in for a letter they only resemble.
+bool equalIgnoringAsciiCase(QStringView a, QStringView b) {
+    if (a.size() != b.size())
+        return false;
+    const auto lower = [](char16_t c) {
+        return c >= u'A' && c <= u'Z' ? char16_t(c + 32) : c;
+    };
+    for (qsizetype i = 0; i < a.size(); ++i)
+        if (lower(a[i].unicode()) != lower(b[i].unicode()))
+            return false;
+    return true;
+}
+
+} // namespace
+
 bool isLoopbackHost(QStringView host, quint16 port) {
     // "[::1]:P" carries colons of its own; the port follows the closing bracket.
     const qsizetype colon = host.startsWith(u'[') ? host.indexOf(u"]:") + 1 : host.lastIndexOf(u':');
@@ -12,8 +30,8 @@ bool isLoopbackHost(QStringView host, quint16 port) {
     // The port must be written as we would write it: no sign, no leading zeros, no spaces.
     if (hasPort ? host.mid(colon + 1) != QString::number(port) : port != 80)
         return false;
-    for (const char* loopback : {"127.0.0.1", "localhost", "[::1]"})
-        if (name.compare(QLatin1StringView(loopback), Qt::CaseInsensitive) == 0)
+    for (const char16_t* loopback : {u"127.0.0.1", u"localhost", u"[::1]"})
+        if (equalIgnoringAsciiCase(name, QStringView(loopback)))
             return true;
     return false;
 }
@@ -23,7 +41,7 @@ bool isAllowedOrigin(QStringView origin, const QStringList& allowed) {
         QStringView wanted = QStringView(entry).trimmed();
         if (wanted.endsWith(u'/'))
             wanted.chop(1);
-        if (!wanted.isEmpty() && origin.compare(wanted, Qt::CaseInsensitive) == 0)
+        if (!wanted.isEmpty() && equalIgnoringAsciiCase(origin, wanted))
             return true;
     }
     return false;

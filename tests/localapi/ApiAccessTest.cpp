@@ -87,6 +87,8 @@ TEST_F(ApiAccessTest, HostMustNameTheLoopbackOnOurPort) {
         {hostLine("evil.example:" + p), false},
         {hostLine("127.0.0.1.evil.example:" + p), false},
         {hostLine("localhost:" + p + "@evil.example"), false},
+        // A letter that only folds to ASCII under Unicode's rules: the long s.
+        {hostLine("localho\xc5\xbft:" + p), false},
         {hostLine(""), false},
         // A second Host, or one folded onto the next line, leaves open which host was meant.
         {hostLine("127.0.0.1:" + p) + hostLine("evil.example:" + p), false},
@@ -158,6 +160,7 @@ TEST_F(ApiAccessTest, WebPagesAreRefusedUnlessTheUserListedTheirOrigin) {
     EXPECT_EQ(vite.status, 200);
     EXPECT_TRUE(vite.hasHeader("Access-Control-Allow-Origin: http://localhost:5173"));
     EXPECT_EQ(ask("GET", "/health", host + "Origin: http://127.0.0.1:8001\r\n").status, 403);
+    EXPECT_EQ(ask("GET", "/health", host + "Origin: http://localho\xc5\xbft:5173\r\n").status, 403);
     // Two Origins are as bad as an unknown one.
     EXPECT_EQ(ask("GET", "/health", fromPage + "Origin: http://evil.example\r\n").status, 403);
     // The listed page still needs our own host name.
