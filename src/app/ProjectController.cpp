@@ -160,8 +160,10 @@ QCoro::Task<int> ProjectController::recoverRecordings() {
         co_return 0;
     int recovered = 0;
     for (const QString& relative : RecordingRecovery::findOrphans(bundle->path(), bundle->project())) {
-        auto rebuilding = QtConcurrent::run(
-            [path = bundle->path(), relative] { return RecordingRecovery::rebuild(path, relative); });
+        auto rebuilding =
+            QtConcurrent::run([paths = bundle->newClipMediaPaths(RecordingRecovery::recordingID(relative))] {
+                return RecordingRecovery::rebuild(paths);
+            });
         const auto rebuilt = co_await rebuilding;
         if (!rebuilt) {
             AppError error;

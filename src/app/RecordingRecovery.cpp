@@ -10,7 +10,6 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
-#include <algorithm>
 #include <cmath>
 #include <set>
 
@@ -24,94 +23,83 @@ constexpr const char* tag = "RecordingRecovery";
 // recording to bring back.
 const QRegularExpression& recordingName() {
     static const QRegularExpression pattern(
-        QStringLiteral("^clip-[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\.mov$"));
+        QStringLiteral("^media/clip-([0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12})\\.mov$"));
     return pattern;
 }
 
 } // namespace
 
+QUuid RecordingRecovery::recordingID(const QString& videoRelative) {
+    const QRegularExpressionMatch match = recordingName().match(videoRelative);
+    return match.hasMatch() ? QUuid::fromString(match.captured(1)) : QUuid();
+}
+
 QStringList RecordingRecovery::findOrphans(const QString& bundlePath, const Project& project) {
     std::set<QString> referenced;
-    for (const Clip& clip : project.timeline.clips) {
+    for (const Clip& clip : project.timeline.clips)
         referenced.insert(QDir::cleanPath(clip.sourceVideoPath));
-        if (clip.sourceCameraPath)
-            referenced.insert(QDir::cleanPath(*clip.sourceCameraPath));
-    }
     QFileInfoList movies = QDir(QDir(bundlePath).filePath(QStringLiteral("media")))
                                .entryInfoList(QDir::Files, QDir::Time | QDir::Reversed);
     QStringList orphans;
     for (const QFileInfo& movie : movies) {
-        if (!recordingName().match(movie.fileName()).hasMatch())
-            continue;
         const QString relative = QStringLiteral("media/") + movie.fileName();
-        if (!referenced.count(relative))
+        if (!recordingID(relative).isNull() && !referenced.count(relative))
             orphans << relative;
     }
     return orphans;
 }
 
-tl::expected<CaptureResult, QString> RecordingRecovery::rebuild(const QString& bundlePath,
-                                                                const QString& videoRelative) {
-    const QDir bundle(bundlePath);
-    const QString videoPath = bundle.filePath(videoRelative);
-    const auto probed = probeAsset(videoPath);
+tl::expected<CaptureResult, QString> RecordingRecovery::rebuild(const ClipMediaPaths& paths) {
+    const auto probed = probeAsset(paths.videoPath);
     if (!probed)
         return tl::unexpected(probed.error().description);
     if (probed->videoTracks.empty() || !std::isfinite(probed->duration) || probed->duration <= 0)
-        return tl::unexpected(QStringLiteral("The recording %1 holds no video.").arg(videoRelative));
+        return tl::unexpected(QStringLiteral("The recording %1 holds no video.").arg(paths.videoRelative));
 
     CaptureResult result;
-    result.videoURL = videoPath;
-    result.videoRelativePath = videoRelative;
+    result.videoURL = paths.videoPath;
+    result.videoRelativePath = paths.videoRelative;
     result.duration = ProjectTime(probed->duration);
     result.frameSize = probed->videoTracks.front().displaySize;
 
-    const QString stem = videoRelative.chopped(4); // "media/clip-<UUID>"
-    const QString cursorRelative = stem + QStringLiteral("-cursor.json");
-    const QString eventsRelative = stem + QStringLiteral("-events.json");
-    const QString journalPath = bundle.filePath(stem + QStringLiteral("-telemetry.jsonl"));
-    const QString cursorPath = bundle.filePath(cursorRelative);
-    const QString eventsPath = bundle.filePath(eventsRelative);
-
     std::optional<TelemetryJournalContents> journal;
-    if (QFileInfo::exists(journalPath)) {
-        if (auto read = TelemetryJournal::read(journalPath))
+    if (QFileInfo::exists(paths.telemetryJournalPath)) {
+        if (auto read = TelemetryJournal::read(paths.telemetryJournalPath))
             journal = std::move(*read);
         else
             log::warning(tag, QStringLiteral("telemetry journal unreadable: ") + read.error());
     }
-    const bool filesWritten = TelemetryFiles::readCursorTrack(cursorPath).has_value() &&
-                              TelemetryFiles::readEventTrack(eventsPath).has_value();
+    const bool filesWritten = TelemetryFiles::readCursorTrack(paths.cursorPath).has_value() &&
+                              TelemetryFiles::readEventTrack(paths.eventsPath).has_value();
     if (!filesWritten && journal) {
         // The process died before its stop wrote the two files: they are made from what the journal kept.
-        if (auto written =
-                TelemetryFiles::writeTracks(journal->cursor, journal->events, cursorPath, eventsPath);
+        if (auto written = TelemetryFiles::writeTracks(journal->cursor, journal->events, paths.cursorPath,
+                                                       paths.eventsPath);
             !written) {
             log::warning(tag, QStringLiteral("failed to write cursor/event tracks: ") + written.error());
             journal.reset();
         }
     }
     if (filesWritten || journal) {
-        result.cursorURL = cursorPath;
-        result.eventsURL = eventsPath;
-        result.cursorRelativePath = cursorRelative;
-        result.eventsRelativePath = eventsRelative;
+        result.cursorURL = paths.cursorPath;
+        result.eventsURL = paths.eventsPath;
+        result.cursorRelativePath = paths.cursorRelative;
+        result.eventsRelativePath = paths.eventsRelative;
     }
     if (journal) {
         result.manualZoomEvents = journal->manualZoomEvents;
         // The two files now hold everything the journal did.
-        QFile::remove(journalPath);
+        QFile::remove(paths.telemetryJournalPath);
     }
 
-    const QString cameraRelative = stem + QStringLiteral("-camera.mov");
-    if (const QString cameraPath = bundle.filePath(cameraRelative); QFileInfo::exists(cameraPath)) {
-        if (const auto camera = probeAsset(cameraPath); camera && !camera->videoTracks.empty()) {
-            result.cameraURL = cameraPath;
-            result.cameraRelativePath = cameraRelative;
+    if (QFileInfo::exists(paths.cameraPath)) {
+        if (const auto camera = probeAsset(paths.cameraPath); camera && !camera->videoTracks.empty()) {
+            result.cameraURL = paths.cameraPath;
+            result.cameraRelativePath = paths.cameraRelative;
         }
     }
     log::info(tag, QStringLiteral("recovered %1: %2 s, %3 cursor samples")
-                       .arg(videoRelative)
+                       .arg(paths.videoRelative)
                        .arg(probed->duration, 0, 'f', 2)
                        .arg(journal ? qsizetype(journal->cursor.samples.size()) : qsizetype(0)));
     return result;
