@@ -4,21 +4,6 @@
 
 namespace orvane {
 
-namespace {
-// Owned by AppState next to the server, so the delegate lives exactly as long as the server does.
-class ServerWithDelegate : public QObject {
-public:
-    ServerWithDelegate(AppState& app, const UserDefaults& defaults)
-        : m_delegate(app)
-        , m_server(&m_delegate, &app, defaults) {}
-    LocalAPIServer& server() { return m_server; }
-
-private:
-    AppStateAPIDelegate m_delegate;
-    LocalAPIServer m_server;
-};
-} // namespace
-
 LocalScreenAPIDelegate::ExportCounts AppStateAPIDelegate::exportCounts() const {
     ExportCounts counts;
     for (const ExportQueue::Job& job : m_app.exportQueue().jobs()) {
@@ -34,7 +19,7 @@ LocalScreenAPIDelegate::ExportCounts AppStateAPIDelegate::exportCounts() const {
 void ensureLocalAPIServer(AppState& app) {
     if (app.localAPIServer())
         return;
-    auto holder = std::make_unique<ServerWithDelegate>(app, app.defaults());
+    auto holder = std::make_unique<AppStateAPIServer>(app);
     holder->server().start();
     app.setLocalAPIServer(std::move(holder));
 }

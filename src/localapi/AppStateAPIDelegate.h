@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LocalAPIServer.h"
 #include "LocalScreenAPIDelegate.h"
 #include "app/AppState.h"
 
@@ -59,6 +60,20 @@ public:
 
 private:
     AppState& m_app;
+};
+
+// The loopback server of `app` with the delegate it asks, which lives exactly as long as the server does.
+// The server reads the web origins it lets in from the settings store `app` was made with.
+class AppStateAPIServer : public QObject {
+public:
+    explicit AppStateAPIServer(AppState& app, quint16 port = LocalAPIServer::defaultPort)
+        : m_delegate(app)
+        , m_server(&m_delegate, &app, app.defaults(), port) {}
+    LocalAPIServer& server() { return m_server; }
+
+private:
+    AppStateAPIDelegate m_delegate;
+    LocalAPIServer m_server;
 };
 
 // Makes the one loopback server for `app` if it has none, and starts it. The server reads the web origins

@@ -15,22 +15,6 @@
 
 namespace orvane {
 
-namespace {
-
-class ServeSession : public QObject {
-public:
-    ServeSession(AppState& app, quint16 port)
-        : m_delegate(app)
-        , m_server(&m_delegate, &app, app.defaults(), port) {}
-    LocalAPIServer& server() { return m_server; }
-
-private:
-    AppStateAPIDelegate m_delegate;
-    LocalAPIServer m_server;
-};
-
-} // namespace
-
 int runServeCommand(AppState& app, const QStringList& arguments) {
     QStringList args = arguments;
     bool bad = false;
@@ -39,7 +23,7 @@ int runServeCommand(AppState& app, const QStringList& arguments) {
     if (bad || !args.isEmpty() || port <= 0 || port > 65535)
         return cli::fail(QStringLiteral("usage: orvane-screen serve [--port N]"));
 
-    auto session = std::make_unique<ServeSession>(app, quint16(port));
+    auto session = std::make_unique<AppStateAPIServer>(app, quint16(port));
     LocalAPIServer& server = session->server();
     QObject::connect(&server, &LocalAPIServer::listening, [port] {
         cli::print(QStringLiteral("serving the Orvane Screen API on http://127.0.0.1:%1 (Ctrl-C to stop)")
