@@ -41,75 +41,72 @@ void AppState::bumpUndoStackVersion() {
     Q_EMIT undoStackVersionChanged();
 }
 
+namespace {
+
+// The observable fields' one rule: a change is told, the same value again is not.
+template <class T, class U>
+bool assign(T& field, U&& value) {
+    if (field == value)
+        return false;
+    field = std::forward<U>(value);
+    return true;
+}
+
+} // namespace
+
 void AppState::setPermissions(const PermissionsState& permissions) {
-    if (permissions == m_permissions)
-        return;
-    m_permissions = permissions;
-    Q_EMIT permissionsChanged();
+    if (assign(m_permissions, permissions))
+        Q_EMIT permissionsChanged();
 }
 
 void AppState::setRecordingPhase(const RecordingPhase& phase) {
-    if (phase == m_recordingPhase)
-        return;
-    m_recordingPhase = phase;
-    Q_EMIT recordingPhaseChanged();
+    if (assign(m_recordingPhase, phase))
+        Q_EMIT recordingPhaseChanged();
 }
 
 void AppState::setScreen(AppScreen screen) {
-    if (screen == m_screen)
-        return;
-    m_screen = screen;
-    Q_EMIT screenChanged();
+    if (assign(m_screen, screen))
+        Q_EMIT screenChanged();
 }
 
 void AppState::setLastError(std::optional<AppError> error) {
-    if (error == m_lastError)
-        return;
-    m_lastError = std::move(error);
-    Q_EMIT lastErrorChanged();
+    if (assign(m_lastError, std::move(error)))
+        Q_EMIT lastErrorChanged();
 }
 
 void AppState::setIsExporting(bool exporting) {
-    if (exporting == m_isExporting)
-        return;
-    m_isExporting = exporting;
-    Q_EMIT isExportingChanged();
+    if (assign(m_isExporting, exporting))
+        Q_EMIT isExportingChanged();
 }
 
 void AppState::setIsImporting(bool importing) {
-    if (importing == m_isImporting)
-        return;
-    m_isImporting = importing;
-    Q_EMIT isImportingChanged();
+    if (assign(m_isImporting, importing))
+        Q_EMIT isImportingChanged();
 }
 
 void AppState::setIncludesMicrophone(bool on) {
-    if (std::exchange(m_includesMicrophone, on) != on)
+    if (assign(m_includesMicrophone, on))
         Q_EMIT includesChanged();
 }
 
 void AppState::setIncludesSystemAudio(bool on) {
-    if (std::exchange(m_includesSystemAudio, on) != on)
+    if (assign(m_includesSystemAudio, on))
         Q_EMIT includesChanged();
 }
 
 void AppState::setIncludesCamera(bool on) {
-    if (std::exchange(m_includesCamera, on) != on)
+    if (assign(m_includesCamera, on))
         Q_EMIT includesChanged();
 }
 
 void AppState::setAvailableSources(std::vector<CaptureSource> sources) {
-    if (sources == m_availableSources)
-        return;
-    m_availableSources = std::move(sources);
-    Q_EMIT availableSourcesChanged();
+    if (assign(m_availableSources, std::move(sources)))
+        Q_EMIT availableSourcesChanged();
 }
 
 void AppState::setSelectedSourceID(const QString& id) {
-    if (id == m_selectedSourceID)
-        return;
-    m_selectedSourceID = id;
-    Q_EMIT selectedSourceIDChanged();
+    if (assign(m_selectedSourceID, id))
+        Q_EMIT selectedSourceIDChanged();
 }
 
 void AppState::setCurrentBundle(std::shared_ptr<ProjectBundle> bundle) {
