@@ -87,12 +87,13 @@ void TelemetrySession::writeJournal(bool wait) {
     const std::vector<ManualZoomEvent>& marks = m_hotkey->events();
     for (; m_marksJournaled < marks.size(); ++m_marksJournaled)
         m_journal->append(marks[m_marksJournaled]);
-    // Between ticks the journal's own thread writes: the collectors never wait for the disk.
-    if (!wait)
+    // Between ticks the journal's own thread writes: the collectors never wait for the disk. Either
+    // way a failed write shows in error(), the first one that happened.
+    if (wait)
+        (void)m_journal->flush();
+    else
         m_journal->commit();
-    const auto written = wait ? m_journal->flush() : tl::expected<void, QString>();
-    const std::optional<QString> error = written ? m_journal->error() : written.error();
-    if (error && !m_journalFailed) {
+    if (const std::optional<QString> error = m_journal->error(); error && !m_journalFailed) {
         m_journalFailed = true; // said once; a full disk would otherwise say it twice a second
         log::warning(tag, QStringLiteral("telemetry journal not written: ") + *error);
     }
