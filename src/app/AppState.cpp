@@ -124,6 +124,26 @@ void AppState::requestSaveAcknowledgement() {
     Q_EMIT saveAcknowledgementNonceChanged();
 }
 
+void AppState::requestExport() {
+    ++m_exportRequestNonce;
+    Q_EMIT exportRequestNonceChanged();
+}
+
+void AppState::requestShortcutsSheet() {
+    ++m_shortcutsSheetRequestNonce;
+    Q_EMIT shortcutsSheetRequestNonceChanged();
+}
+
+void AppState::requestHelpSheet() {
+    ++m_helpSheetRequestNonce;
+    Q_EMIT helpSheetRequestNonceChanged();
+}
+
+void AppState::requestAutoZoomRetry() {
+    ++m_autoZoomRetryNonce;
+    Q_EMIT autoZoomRetryNonceChanged();
+}
+
 QString AppState::moviesDirectory() {
     const QString movies = QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
     return movies.isEmpty() ? QDir::homePath() : movies;

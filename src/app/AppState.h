@@ -6,6 +6,7 @@
 #include "ImportError.h"
 #include "ProjectController.h"
 #include "RecordingController.h"
+#include "RecordingHUDPresenter.h"
 #include "UndoManager.h"
 #include "capture/CaptureEngine.h"
 #include "capture/CaptureSource.h"
@@ -88,6 +89,14 @@ public:
     // Request counters: raised by one to ask a view for a one-shot reaction.
     int saveAcknowledgementNonce() const { return m_saveAcknowledgementNonce; }
     void requestSaveAcknowledgement();
+    int exportRequestNonce() const { return m_exportRequestNonce; }
+    void requestExport();
+    int shortcutsSheetRequestNonce() const { return m_shortcutsSheetRequestNonce; }
+    void requestShortcutsSheet();
+    int helpSheetRequestNonce() const { return m_helpSheetRequestNonce; }
+    void requestHelpSheet();
+    int autoZoomRetryNonce() const { return m_autoZoomRetryNonce; }
+    void requestAutoZoomRetry();
 
     bool isRecording() const { return m_recordingPhase.isCountingDown() || m_recordingPhase.isRecording(); }
     bool canStartRecording() const {
@@ -235,6 +244,15 @@ public:
     QCoro::Task<void> apiRefreshSources() { return m_recording.apiRefreshSources(); }
     // What the current (or last) recording started without, such as its sound.
     QStringList recordingWarnings() const { return m_recording.warnings(); }
+    // Brings the main window to the front; with no window (the command line) it does nothing.
+    void showWindow() {
+        if (m_showWindowHandler)
+            m_showWindowHandler();
+    }
+    void setShowWindowHandler(std::function<void()> handler) { m_showWindowHandler = std::move(handler); }
+    // The floating control shown while a recording runs; none by default (the command line has none).
+    void setRecordingHUD(RecordingHUDPresenter* hud) { m_recordingHUD = hud; }
+    RecordingHUDPresenter* recordingHUD() const { return m_recordingHUD; }
 
     // ---- termination --------------------------------------------------------------------------------
     enum class TerminateReply { now, later };
@@ -252,6 +270,10 @@ Q_SIGNALS:
     void isExportingChanged();
     void isImportingChanged();
     void saveAcknowledgementNonceChanged();
+    void exportRequestNonceChanged();
+    void shortcutsSheetRequestNonceChanged();
+    void helpSheetRequestNonceChanged();
+    void autoZoomRetryNonceChanged();
     void availableSourcesChanged();
     void selectedSourceIDChanged();
     void includesChanged();
@@ -279,6 +301,12 @@ private:
     bool m_isExporting = false;
     bool m_isImporting = false;
     int m_saveAcknowledgementNonce = 0;
+    int m_exportRequestNonce = 0;
+    int m_shortcutsSheetRequestNonce = 0;
+    int m_helpSheetRequestNonce = 0;
+    int m_autoZoomRetryNonce = 0;
+    RecordingHUDPresenter* m_recordingHUD = nullptr;
+    std::function<void()> m_showWindowHandler;
     std::unique_ptr<QObject> m_localAPIServer;
     ExportQueue m_exportQueue;
     std::vector<CaptureSource> m_availableSources;

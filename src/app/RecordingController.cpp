@@ -182,6 +182,8 @@ QCoro::Task<void> RecordingController::beginCapture() {
         co_return;
     }
     m_app.setRecordingPhase(RecordingPhase::recording(m_clock.now()));
+    if (auto* hud = m_app.recordingHUD())
+        hud->show();
     log::info("Recording", QStringLiteral("recording started on source: ") + source.id);
 }
 
@@ -230,6 +232,9 @@ QCoro::Task<void> RecordingController::stopCapture() {
     const std::shared_ptr<CaptureEngine> engine = m_engine;
     m_app.setRecordingPhase(RecordingPhase::stopping());
     playRecordingSound(false);
+    // The main window comes back at once and shows the finalising state while the engine stops.
+    if (auto* hud = m_app.recordingHUD())
+        hud->hide();
 
     auto stopping = engine->stop();
     const auto stopped = co_await stopping;

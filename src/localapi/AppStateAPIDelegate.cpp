@@ -16,10 +16,10 @@ LocalScreenAPIDelegate::ExportCounts AppStateAPIDelegate::exportCounts() const {
     return counts;
 }
 
-void ensureLocalAPIServer(AppState& app) {
+void ensureLocalAPIServer(AppState& app, quint16 port) {
     if (app.localAPIServer())
         return;
-    auto holder = std::make_unique<AppStateAPIServer>(app);
+    auto holder = std::make_unique<AppStateAPIServer>(app, port);
     holder->server().start();
     app.setLocalAPIServer(std::move(holder));
 }

@@ -57,6 +57,7 @@ public:
         return m_app.apiExport(preset, codec, outputPath);
     }
     ExportCounts exportCounts() const override;
+    void showWindow() override { m_app.showWindow(); }
 
 private:
     AppState& m_app;
@@ -78,6 +79,6 @@ private:
 
 // Makes the one loopback server for `app` if it has none, and starts it. The server reads the web origins
 // it lets in from the settings store `app` was made with.
-void ensureLocalAPIServer(AppState& app);
+void ensureLocalAPIServer(AppState& app, quint16 port = LocalAPIServer::defaultPort);
 
 } // namespace orvane

@@ -65,6 +65,8 @@ public:
         int pending = 0, active = 0, completed = 0, failed = 0;
     };
     virtual ExportCounts exportCounts() const = 0;
+    // Brings the main window to the front.
+    virtual void showWindow() = 0;
 };
 
 } // namespace orvane

@@ -188,6 +188,14 @@ void handleExportStatus(const ApiCall& call) {
 
 } // namespace
 
+// Route 34: the window to the front, as a script that has just started a recording may want.
+void handleShowWindow(const ApiCall& call) {
+    call.onMain([](LocalScreenAPIDelegate& app) {
+        app.showWindow();
+        return ApiResponse::ok({});
+    });
+}
+
 void addRecordingExportRoutes(std::vector<LocalAPIServer::Route>& routes) {
     const QString get = QStringLiteral("GET");
     const QString post = QStringLiteral("POST");
@@ -201,6 +209,7 @@ void addRecordingExportRoutes(std::vector<LocalAPIServer::Route>& routes) {
     routes.push_back({post, {project, QStringLiteral("export")}, &handleExport});
     routes.push_back(
         {get, {project, QStringLiteral("export"), QStringLiteral("status")}, &handleExportStatus});
+    routes.push_back({post, {QStringLiteral("window"), QStringLiteral("show")}, &handleShowWindow});
 }
 
 } // namespace orvane

@@ -1,0 +1,7 @@
+import QtQuick
+import QtQuick.Controls
+import Orvane.Ui
+
+MenuBar {
+    objectName: "menuBar"
+}

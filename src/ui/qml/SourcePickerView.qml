@@ -1,0 +1,7 @@
+import QtQuick
+import Orvane.Ui
+
+FocusScope {
+    objectName: "SourcePickerView"
+    Text { anchors.centerIn: parent; text: "SourcePickerView"; color: Theme.textPrimary }
+}
