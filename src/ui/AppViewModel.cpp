@@ -83,6 +83,10 @@ AppViewModel* AppViewModel::create(QQmlEngine*, QJSEngine*) {
     return currentInstance;
 }
 
+AppViewModel* AppViewModel::current() {
+    return currentInstance;
+}
+
 QString AppViewModel::screen() const {
     switch (m_app.screen()) {
     case AppScreen::welcome:

@@ -86,6 +86,8 @@ public:
 
     // The instance the QML engine hands out as the `App` singleton: the one made last.
     static AppViewModel* create(QQmlEngine*, QJSEngine*);
+    // The same instance for C++ view models that QML makes (they find AppState and its stores here).
+    static AppViewModel* current();
 
     AppState& appState() { return m_app; }
     RecentProjectsStore& recents() { return m_recents; }
