@@ -236,6 +236,8 @@ public:
     void cancelCountdown() { m_recording.cancelCountdown(); }
     // Stops the engine and appends the recording to the open project as a new clip.
     QCoro::Task<void> stopCapture() { return m_recording.stopCapture(); }
+    // Stops the recording under way and keeps nothing of it.
+    QCoro::Task<void> discardCapture() { return m_recording.discardCapture(); }
     // The first-run sample: records the first display for about five seconds, or opens the sample
     // project when recording isn't possible.
     QCoro::Task<void> recordOnboardingSample() { return m_recording.recordOnboardingSample(); }

@@ -12,6 +12,7 @@
 #include <QCoro/QCoroFuture>
 #include <QCoro/QCoroTimer>
 #include <QDesktopServices>
+#include <QFile>
 #include <QFileInfo>
 #include <QPointer>
 #include <QProcess>
@@ -274,6 +275,32 @@ QCoro::Task<void> RecordingController::stopCapture() {
     dropEngine();
     m_app.setRecordingPhase(RecordingPhase::idle());
     m_app.setScreen(AppScreen::editor);
+}
+
+QCoro::Task<void> RecordingController::discardCapture() {
+    if (!m_engine || !m_app.recordingPhase().isRecording())
+        co_return;
+    const std::shared_ptr<CaptureEngine> engine = m_engine;
+    m_app.setRecordingPhase(RecordingPhase::stopping());
+    if (auto* hud = m_app.recordingHUD())
+        hud->hide();
+    auto stopping = engine->stop();
+    const auto stopped = co_await stopping;
+    if (stopped) {
+        // The user threw this take away: its files go too, or the next opening would offer to recover it.
+        for (const QString& file :
+             {stopped->videoURL, stopped->audioURL.value_or(QString()), stopped->cursorURL,
+              stopped->eventsURL, stopped->cameraURL.value_or(QString())})
+            if (!file.isEmpty())
+                QFile::remove(file);
+        log::info("Recording", QStringLiteral("recording discarded"));
+    } else {
+        log::warning("Recording", QStringLiteral("discarded recording did not stop cleanly: ") +
+                                      stopped.error().message());
+    }
+    dropEngine();
+    m_app.setRecordingPhase(RecordingPhase::idle());
+    m_app.setScreen(AppScreen::sourcePicker);
 }
 
 void RecordingController::appendRecording(const CaptureResult& result) {

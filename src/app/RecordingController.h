@@ -54,6 +54,8 @@ public:
     QCoro::Task<void> beginCapture();
     void cancelCountdown();
     QCoro::Task<void> stopCapture();
+    // Stops the running recording and throws it away: no clip, no files; back to the source picker.
+    QCoro::Task<void> discardCapture();
     QCoro::Task<void> recordOnboardingSample();
     void apiBeginCaptureNoCountdown();
 

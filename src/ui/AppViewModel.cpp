@@ -325,6 +325,10 @@ void AppViewModel::stopCapture() {
     m_app.stopCapture();
 }
 
+void AppViewModel::discardCapture() {
+    m_app.discardCapture();
+}
+
 void AppViewModel::cancelCountdown() {
     m_app.cancelCountdown();
 }

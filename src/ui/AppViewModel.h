@@ -164,6 +164,7 @@ public:
     Q_INVOKABLE void beginCapture();
     Q_INVOKABLE void stopCapture();
     Q_INVOKABLE void cancelCountdown();
+    Q_INVOKABLE void discardCapture();
     Q_INVOKABLE void recordOnboardingSample();
     Q_INVOKABLE void refreshPermissions();
 

@@ -48,7 +48,11 @@ void RecordingHUDController::show() {
 }
 
 void RecordingHUDController::hide() {
-    m_panel.reset();
+    // Stop is pressed on the panel itself: it goes once its click handler has returned.
+    if (m_panel) {
+        m_panel->hide();
+        m_panel.release()->deleteLater();
+    }
     if (!m_saved)
         return;
     if (QWindow* window = m_saved->window) {
