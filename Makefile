@@ -3,7 +3,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 JOBS ?= 2
 
-.PHONY: all deps configure build test demo bench fuzz package format clean
+.PHONY: all deps configure build test demo bench fuzz package screenshots format clean
 
 all: build
 
@@ -29,6 +29,10 @@ bench: build
 	$(BUILD_DIR)/bench/orvane-telemetry-bench
 	$(BUILD_DIR)/bench/orvane-http-bench
 	$(BUILD_DIR)/bench/orvane-capture-bench
+
+# A picture of every surface of the desktop application in docs/screenshots/, on a private X server.
+screenshots: build
+	scripts/screenshots docs/screenshots
 
 fuzz:
 	scripts/run-fuzzers

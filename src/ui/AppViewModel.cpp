@@ -66,6 +66,7 @@ AppViewModel::AppViewModel(AppState& app, RecentProjectsStore& recents, UserDefa
     connect(&app, &AppState::isImportingChanged, this, &AppViewModel::isImportingChanged);
     connect(&app, &AppState::selectedSourceIDChanged, this, &AppViewModel::selectedSourceIDChanged);
     connect(&app, &AppState::includesChanged, this, &AppViewModel::includesChanged);
+    connect(&app.exportQueue(), &ExportQueue::jobsChanged, this, &AppViewModel::exportJobsChanged);
     watchBundle();
     // An error raised before the window existed is still shown when it opens.
     if (app.lastError())
@@ -303,6 +304,11 @@ void AppViewModel::exportProject() {
     }
     m_lastExportPath = *enqueued;
     Q_EMIT lastExportPathChanged();
+}
+
+QString AppViewModel::exportStatus() const {
+    const auto& jobs = m_app.exportQueue().jobs();
+    return jobs.empty() ? QString() : ExportQueue::statusText(jobs.back());
 }
 
 void AppViewModel::revealInFileManager(const QString& path) {

@@ -66,6 +66,8 @@ class AppViewModel : public QObject {
     Q_PROPERTY(bool isExporting READ isExporting NOTIFY isExportingChanged)
     Q_PROPERTY(bool isImporting READ isImporting NOTIFY isImportingChanged)
     Q_PROPERTY(QString lastExportPath READ lastExportPath NOTIFY lastExportPathChanged)
+    Q_PROPERTY(double exportProgress READ exportProgress NOTIFY exportJobsChanged)
+    Q_PROPERTY(QString exportStatus READ exportStatus NOTIFY exportJobsChanged)
 
     Q_PROPERTY(QString selectedSourceID READ selectedSourceID WRITE setSelectedSourceID NOTIFY
                    selectedSourceIDChanged)
@@ -128,6 +130,9 @@ public:
     bool isExporting() const { return m_app.isExporting(); }
     bool isImporting() const { return m_app.isImporting(); }
     QString lastExportPath() const { return m_lastExportPath; }
+    double exportProgress() const { return m_app.exportQueue().aggregateProgress(); }
+    // The newest job's line ("Exporting… 42%", "Done", "Failed: ..."), empty with no job.
+    QString exportStatus() const;
 
     QString selectedSourceID() const { return m_app.selectedSourceID(); }
     void setSelectedSourceID(const QString& id) { m_app.setSelectedSourceID(id); }
@@ -201,6 +206,7 @@ Q_SIGNALS:
     void isExportingChanged();
     void isImportingChanged();
     void lastExportPathChanged();
+    void exportJobsChanged();
     void selectedSourceIDChanged();
     void includesChanged();
     void recordingsRootDirectoryChanged();

@@ -1,0 +1,261 @@
+// orvane-screenshots OUTPUT_DIR [--only NAME] [--suffix TEXT]
+//
+// Walks the desktop application through each of its surfaces and writes a PNG of each: the onboarding,
+// the welcome screen with recent projects and their thumbnails, the source picker, the countdown, the
+// recording control, the editor, the preferences, the shortcuts and help sheets and an error alert. It
+// runs the real application objects with settings and projects of its own in a temporary folder, on the
+// display it is given (scripts/screenshots starts a private X server with a few windows to pick from).
+
+#include "app/AppState.h"
+#include "direction/ThumbnailGenerator.h"
+#include "project/RecentProjectsStore.h"
+#include "support/Clock.h"
+#include "support/UserDefaults.h"
+#include "ui/DesktopApplication.h"
+#include "ui/RecordingHUDController.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QQmlExtensionPlugin>
+#include <QQuickItem>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <cstdio>
+#include <functional>
+
+Q_IMPORT_QML_PLUGIN(Orvane_UiPlugin)
+
+namespace {
+
+using namespace orvane;
+
+void pump(int milliseconds) {
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < milliseconds) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(5);
+    }
+}
+
+bool pumpUntil(const std::function<bool()>& done, int milliseconds) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > milliseconds)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(5);
+    }
+    return true;
+}
+
+bool makeMovie(const QString& path, const QString& source, double seconds) {
+    return QProcess::execute(QStringLiteral("ffmpeg"),
+                             {QStringLiteral("-loglevel"), QStringLiteral("error"), QStringLiteral("-y"),
+                              QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"), source,
+                              QStringLiteral("-t"), QString::number(seconds), QStringLiteral("-pix_fmt"),
+                              QStringLiteral("yuv420p"), path}) == 0;
+}
+
+class Tour {
+public:
+    Tour(QString output, QString only, QString suffix)
+        : m_output(std::move(output))
+        , m_only(std::move(only))
+        , m_suffix(std::move(suffix)) {
+        m_defaults = std::make_unique<UserDefaults>(m_dir.filePath(QStringLiteral("defaults.ini")));
+        m_defaults->setValue(QString::fromLatin1(AppState::recordingSaveDirectoryKey),
+                             m_dir.filePath(QStringLiteral("Projects")));
+        m_recents = std::make_unique<RecentProjectsStore>(*m_defaults);
+        m_recents->setThumbnailGenerator(&ThumbnailGenerator::generate);
+        m_app = std::make_unique<AppState>(AppState::Services{*m_defaults, *m_recents, Clock::system()});
+        m_desktop = std::make_unique<DesktopApplication>(*m_app, *m_recents, *m_defaults,
+                                                         DesktopApplication::Options{std::nullopt});
+    }
+
+    int run() {
+        if (!m_desktop->load())
+            return 1;
+        QQuickWindow* window = m_desktop->mainWindow();
+        pumpUntil([&] { return window->isExposed(); }, 10000);
+        pump(800);
+        shoot(QStringLiteral("onboarding"), window);
+
+        m_desktop->viewModel().completeOnboarding();
+        prepareRecentProjects();
+        pumpUntil([&] { return !m_app->availableSources().empty(); }, 10000);
+        pump(900);
+        shoot(QStringLiteral("welcome"), window);
+        if (!m_only.isEmpty() && m_only == QLatin1String("welcome"))
+            return finish();
+
+        m_desktop->viewModel().newRecording();
+        pump(2500); // sources and their live thumbnails
+        shoot(QStringLiteral("picker"), window);
+
+        if (!m_app->availableSources().empty())
+            m_app->setSelectedSourceID(m_app->availableSources().front().id);
+        m_app->setCountdownTick(std::chrono::seconds(30));
+        m_desktop->viewModel().beginCapture();
+        pump(900);
+        shoot(QStringLiteral("countdown"), window);
+        m_app->cancelCountdown();
+        pump(300);
+
+        m_app->setCountdownTick(std::chrono::milliseconds(50));
+        m_desktop->viewModel().beginCapture();
+        if (pumpUntil([&] { return m_app->recordingPhase().isRecording(); }, 15000)) {
+            pump(2300);
+            shoot(QStringLiteral("hud"), m_desktop->hud().panel());
+            m_desktop->viewModel().stopCapture();
+            pumpUntil([&] { return m_app->screen() == AppScreen::editor; }, 30000);
+        } else {
+            std::fprintf(stderr, "orvane-screenshots: the recording did not start; no HUD picture\n");
+        }
+        pump(900);
+        shoot(QStringLiteral("editor"), window);
+
+        m_desktop->viewModel().showPreferences();
+        pump(900);
+        for (QWindow* top : QGuiApplication::topLevelWindows())
+            if (top->objectName() == QLatin1String("preferencesWindow"))
+                shoot(QStringLiteral("preferences"), qobject_cast<QQuickWindow*>(top));
+        for (QWindow* top : QGuiApplication::topLevelWindows())
+            if (top->objectName() == QLatin1String("preferencesWindow"))
+                top->close();
+
+        m_app->requestShortcutsSheet();
+        pump(900);
+        shoot(QStringLiteral("shortcuts"), window);
+        closePopups(window);
+
+        m_app->requestHelpSheet();
+        pump(900);
+        shoot(QStringLiteral("help"), window);
+        closePopups(window);
+
+        m_app->setScreen(AppScreen::welcome);
+        m_app->openProject(m_dir.filePath(QStringLiteral("Moved Away.orvanescreen")));
+        pump(900);
+        shoot(QStringLiteral("error-alert"), window);
+        return finish();
+    }
+
+private:
+    int finish() {
+        std::printf("orvane-screenshots: %d pictures in %s\n", m_written, qPrintable(m_output));
+        return m_failed ? 1 : 0;
+    }
+
+    void closePopups(QQuickWindow* window) {
+        QKeyEvent press(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+        QKeyEvent release(QEvent::KeyRelease, Qt::Key_Escape, Qt::NoModifier);
+        QCoreApplication::sendEvent(window, &press);
+        QCoreApplication::sendEvent(window, &release);
+        pump(400);
+    }
+
+    void prepareRecentProjects() {
+        struct Sample {
+            const char* name;
+            const char* source;
+        };
+        const Sample samples[] = {
+            {"Product Tour", "testsrc2=size=1280x720:rate=30"},
+            {"Onboarding Walkthrough", "smptehdbars=size=1280x720:rate=30"},
+            {"Bug Report 1432", "mandelbrot=size=1280x720:rate=30"},
+        };
+        for (const Sample& sample : samples) {
+            const QString folder = m_dir.filePath(
+                QStringLiteral("Projects/%1.orvanescreen").arg(QString::fromLatin1(sample.name)));
+            auto bundle = m_app->createProjectAt(folder);
+            if (!bundle)
+                continue;
+            const QString movie =
+                m_dir.filePath(QStringLiteral("%1.mp4").arg(QString::fromLatin1(sample.name)));
+            if (!makeMovie(movie, QString::fromLatin1(sample.source), 3))
+                continue;
+            bool imported = false;
+            auto importing = [&]() -> QCoro::Task<void> {
+                auto result = co_await m_app->importVideo(movie);
+                imported = result.has_value();
+            };
+            importing();
+            pumpUntil([&] { return imported; }, 20000);
+            m_recents->registerBundle(**bundle);
+        }
+        // The cards show thumbnails once they are made.
+        pumpUntil(
+            [&] {
+                for (const auto& entry : m_recents->projects())
+                    if (!m_recents->thumbnailPath(entry))
+                        return false;
+                return true;
+            },
+            15000);
+        m_app->setScreen(AppScreen::welcome);
+    }
+
+    void shoot(const QString& name, QQuickWindow* window) {
+        if (!m_only.isEmpty() && name != m_only)
+            return;
+        if (!window) {
+            std::fprintf(stderr, "orvane-screenshots: no window for %s\n", qPrintable(name));
+            m_failed = true;
+            return;
+        }
+        const QString path = QDir(m_output).filePath(name + m_suffix + QStringLiteral(".png"));
+        if (!window->grabWindow().save(path)) {
+            std::fprintf(stderr, "orvane-screenshots: cannot write %s\n", qPrintable(path));
+            m_failed = true;
+            return;
+        }
+        ++m_written;
+    }
+
+    QString m_output;
+    QString m_only;
+    QString m_suffix;
+    QTemporaryDir m_dir;
+    std::unique_ptr<UserDefaults> m_defaults;
+    std::unique_ptr<RecentProjectsStore> m_recents;
+    std::unique_ptr<AppState> m_app;
+    std::unique_ptr<DesktopApplication> m_desktop;
+    int m_written = 0;
+    bool m_failed = false;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    qputenv("PULSE_SERVER",
+            qgetenv("PULSE_SERVER").isEmpty() ? QByteArray("unix:/nonexistent") : qgetenv("PULSE_SERVER"));
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+    QGuiApplication application(argc, argv);
+    QStringList args = QGuiApplication::arguments();
+    args.removeFirst();
+    if (args.isEmpty()) {
+        std::fprintf(stderr, "usage: orvane-screenshots OUTPUT_DIR [--only NAME] [--suffix TEXT]\n");
+        return 2;
+    }
+    const QString output = args.takeFirst();
+    QString only;
+    QString suffix;
+    while (args.size() >= 2) {
+        const QString option = args.takeFirst();
+        const QString value = args.takeFirst();
+        if (option == QLatin1String("--only"))
+            only = value;
+        else if (option == QLatin1String("--suffix"))
+            suffix = value;
+    }
+    QDir().mkpath(output);
+    Tour tour(output, only, suffix);
+    return tour.run();
+}
