@@ -9,6 +9,7 @@
 #include "project/RecentProjectsStore.h"
 #include "support/UserDefaults.h"
 #include "ui/DesktopApplication.h"
+#include "ui/GraphicsBackend.h"
 #include "ui/SingleInstance.h"
 
 #include <QDir>
@@ -64,6 +65,7 @@ int runDesktop() {
     }
 
     QQuickStyle::setStyle(QStringLiteral("Basic"));
+    orvane::chooseGraphicsBackend();
     // The API port may be moved for a test run beside a user's own program.
     quint16 port = orvane::LocalAPIServer::defaultPort;
     if (const int override = qEnvironmentVariableIntValue("ORVANE_SCREEN_API_PORT");
@@ -76,6 +78,12 @@ int runDesktop() {
     QObject::connect(&instance, &orvane::SingleInstance::argumentsReceived, &desktop,
                      &orvane::DesktopApplication::openArguments);
     orvane::InterruptWatcher interrupts([&desktop] { desktop.requestQuit(); });
+    // The start-up benchmark times the program to its first painted frame.
+    if (qEnvironmentVariableIsSet("ORVANE_SCREEN_REPORT_FIRST_FRAME"))
+        QObject::connect(&desktop, &orvane::DesktopApplication::firstFramePainted, [] {
+            std::printf("first frame\n");
+            std::fflush(stdout);
+        });
     if (!desktop.load())
         return 1;
     if (!arguments.isEmpty())

@@ -58,18 +58,28 @@ Item {
         id: errorAlert
     }
 
-    ShortcutsSheet {
+    // The sheets are made the first time they are asked for.
+    Loader {
         id: shortcutsSheet
+        active: false
+        sourceComponent: ShortcutsSheet {}
     }
 
-    HelpSheet {
+    Loader {
         id: helpSheet
+        active: false
+        sourceComponent: HelpSheet {}
+    }
+
+    function openSheet(loader) {
+        loader.active = true
+        loader.item.open()
     }
 
     Connections {
         target: App
         function onSaveAcknowledgementNonceChanged() { savedToast.show() }
-        function onShortcutsSheetRequestNonceChanged() { shortcutsSheet.open() }
-        function onHelpSheetRequestNonceChanged() { helpSheet.open() }
+        function onShortcutsSheetRequestNonceChanged() { content.openSheet(shortcutsSheet) }
+        function onHelpSheetRequestNonceChanged() { content.openSheet(helpSheet) }
     }
 }

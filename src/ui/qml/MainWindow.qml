@@ -38,48 +38,66 @@ ApplicationWindow {
         anchors.fill: parent
     }
 
-    FileDialog {
+    // Panels and the preferences window are made when first asked for: nothing the first frame needs
+    // waits on them.
+    Loader {
         id: openPanel
-        objectName: "openPanel"
-        title: Strings.t("app.openPanel.title", "Open Project")
-        acceptLabel: Strings.t("app.openPanel.prompt", "Open")
-        nameFilters: [Strings.t("app.openPanel.filter", "Orvane Screen projects") + " (*.orvanescreen project.json)"]
-        onAccepted: {
-            var path = selectedFile.toString()
-            // A project is a folder; choosing its project.json opens the folder.
-            if (path.endsWith("/project.json"))
-                path = path.substring(0, path.length - "/project.json".length)
-            App.openProjectAt(path)
+        active: false
+        sourceComponent: FileDialog {
+            objectName: "openPanel"
+            title: Strings.t("app.openPanel.title", "Open Project")
+            acceptLabel: Strings.t("app.openPanel.prompt", "Open")
+            nameFilters: [Strings.t("app.openPanel.filter", "Orvane Screen projects") + " (*.orvanescreen project.json)"]
+            onAccepted: {
+                var path = selectedFile.toString()
+                // A project is a folder; choosing its project.json opens the folder.
+                if (path.endsWith("/project.json"))
+                    path = path.substring(0, path.length - "/project.json".length)
+                App.openProjectAt(path)
+            }
+        }
+        function show() {
+            active = true
+            item.open()
         }
     }
 
-    FileDialog {
+    Loader {
         id: importPanel
-        objectName: "importPanel"
+        active: false
         property bool audio: false
-        fileMode: FileDialog.OpenFiles
-        title: audio ? Strings.t("app.importPanel.audioTitle", "Import Audio")
-                     : Strings.t("app.importPanel.videoTitle", "Import Video")
-        nameFilters: audio ? ["Audio (*.mp3 *.m4a *.wav *.aiff *.aif *.flac)"]
-                           : ["Video (*.mov *.mp4 *.m4v *.mkv)"]
-        onAccepted: App.importFiles(selectedFiles, audio)
+        sourceComponent: FileDialog {
+            objectName: "importPanel"
+            fileMode: FileDialog.OpenFiles
+            title: importPanel.audio ? Strings.t("app.importPanel.audioTitle", "Import Audio")
+                                     : Strings.t("app.importPanel.videoTitle", "Import Video")
+            nameFilters: importPanel.audio ? ["Audio (*.mp3 *.m4a *.wav *.aiff *.aif *.flac)"]
+                                           : ["Video (*.mov *.mp4 *.m4v *.mkv)"]
+            onAccepted: App.importFiles(selectedFiles, importPanel.audio)
+        }
+        function show(audio) {
+            importPanel.audio = audio
+            active = true
+            item.open()
+        }
     }
 
-    PreferencesWindow {
+    Loader {
         id: preferences
+        active: false
+        sourceComponent: PreferencesWindow {}
+        function show() {
+            active = true
+            item.show()
+            item.raise()
+            item.requestActivate()
+        }
     }
 
     Connections {
         target: App
-        function onOpenPanelRequested() { openPanel.open() }
-        function onImportPanelRequested(audio) {
-            importPanel.audio = audio
-            importPanel.open()
-        }
-        function onPreferencesRequested() {
-            preferences.show()
-            preferences.raise()
-            preferences.requestActivate()
-        }
+        function onOpenPanelRequested() { openPanel.show() }
+        function onImportPanelRequested(audio) { importPanel.show(audio) }
+        function onPreferencesRequested() { preferences.show() }
     }
 }

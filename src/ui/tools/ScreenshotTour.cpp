@@ -12,6 +12,7 @@
 #include "support/Clock.h"
 #include "support/UserDefaults.h"
 #include "ui/DesktopApplication.h"
+#include "ui/GraphicsBackend.h"
 #include "ui/RecordingHUDController.h"
 
 #include <QDir>
@@ -238,6 +239,8 @@ int main(int argc, char** argv) {
             qgetenv("PULSE_SERVER").isEmpty() ? QByteArray("unix:/nonexistent") : qgetenv("PULSE_SERVER"));
     QQuickStyle::setStyle(QStringLiteral("Basic"));
     QGuiApplication application(argc, argv);
+    // The pictures show what the program draws on this machine.
+    chooseGraphicsBackend();
     QStringList args = QGuiApplication::arguments();
     args.removeFirst();
     if (args.isEmpty()) {
