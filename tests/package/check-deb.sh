@@ -40,7 +40,7 @@ grep -q "<release version=\"$version\"" "$root/share/metainfo/tech.velvetcomet.o
 [ -s "$root/share/orvane-screen/Wallpapers/default.png" ] || fail "the wallpapers were left out"
 
 depends=$(dpkg-deb -f "$deb" Depends)
-for library in libqt6core6 libavcodec libxcb1 libpulse0 qt6-qpa-plugins; do
+for library in libqt6core6 libqt6quick6 libavcodec libxcb1 libpulse0 qt6-qpa-plugins qml6-module-qtquick-controls; do
     echo "$depends" | grep -q "$library" || fail "Depends lacks $library: $depends"
 done
 size=$(stat -c %s "$root/bin/orvane-screen")
