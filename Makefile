@@ -29,6 +29,7 @@ bench: build
 	$(BUILD_DIR)/bench/orvane-telemetry-bench
 	$(BUILD_DIR)/bench/orvane-http-bench
 	$(BUILD_DIR)/bench/orvane-capture-bench
+	$(BUILD_DIR)/bench/orvane-startup-bench
 
 # A picture of every surface of the desktop application in docs/screenshots/, on a private X server.
 screenshots: build
