@@ -33,6 +33,8 @@ void AppState::registerSnapshotStep(const Project& before, const Project& after,
     m_undoManager.registerUndo(
         [this, before, after, name, projectID] { applyProjectSnapshot(before, after, name, projectID); });
     m_undoManager.setActionName(name);
+    // The stack's own signals came before the step had its name; the menu titles read it now.
+    bumpUndoStackVersion();
 }
 
 void AppState::applyProjectSnapshot(const Project& snapshot, const Project& redoSnapshot, const QString& name,

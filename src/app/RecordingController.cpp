@@ -92,23 +92,34 @@ const CaptureSource* RecordingController::selectedSource() const {
 }
 
 QCoro::Task<void> RecordingController::refreshPermissions() {
+    // The checks take seconds when a server doesn't answer; the application may be gone by then.
+    const QPointer<RecordingController> self(this);
     const CaptureEnvironment environment = m_environment;
     auto checking = QtConcurrent::run([environment] { return PermissionsManager::check(environment); });
     const CapturePermissions found = co_await checking;
+    if (!self)
+        co_return;
     m_app.setPermissions({statusFrom(found.screenRecording), statusFrom(found.camera),
                           statusFrom(found.microphone), statusFrom(found.accessibility)});
 }
 
 QCoro::Task<void> RecordingController::checkPermissionsOnLaunch() {
+    const QPointer<RecordingController> self(this);
     auto permissions = refreshPermissions();
     co_await permissions;
+    if (!self)
+        co_return;
     auto sources = refreshSources();
     co_await sources;
 }
 
 QCoro::Task<tl::expected<void, Error>> RecordingController::refreshSources() {
+    const QPointer<RecordingController> self(this);
     auto discovering = CaptureEngine::discoverSources(m_environment);
     auto discovered = co_await discovering;
+    if (!self)
+        co_return tl::unexpected(
+            Error::make(QStringLiteral("OrvaneScreen.App"), 1, QStringLiteral("the application has gone")));
     if (!discovered) {
         m_app.setAvailableSources({});
         co_return tl::unexpected(discovered.error().toError());

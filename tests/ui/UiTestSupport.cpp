@@ -42,7 +42,11 @@ UiHarness::~UiHarness() {
 bool UiHarness::load() {
     if (!desktop->load())
         return false;
-    return QTest::qWaitForWindowExposed(window(), 10000);
+    if (!QTest::qWaitForWindowExposed(window(), 10000))
+        return false;
+    // Shortcuts go to the active window, as keys from a user's keyboard would.
+    window()->requestActivate();
+    return QTest::qWaitForWindowActive(window(), 5000);
 }
 
 QQuickItem* UiHarness::findIn(QQuickWindow* target, const QString& objectName, bool anyVisibility) const {

@@ -1,0 +1,97 @@
+#include "UiTestSupport.h"
+
+namespace orvane::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+class MenuBarTest : public UiTest {
+protected:
+    QObject* action(UiHarness& ui, const char* name) {
+        auto* found = ui.window()->findChild<QObject*>(QString::fromLatin1(name));
+        EXPECT_NE(found, nullptr) << name;
+        return found;
+    }
+    bool enabled(UiHarness& ui, const char* name) {
+        QObject* found = action(ui, name);
+        return found && found->property("enabled").toBool();
+    }
+};
+
+TEST_F(MenuBarTest, CommandsAreEnabledAsTheRecordingStateAllows) {
+    UiHarness ui;
+    ASSERT_TRUE(ui.load());
+    PermissionsState denied;
+    denied.screenRecording = PermissionsState::Status::denied;
+    ui.app->setPermissions(denied);
+    for (const char* always :
+         {"menu.newRecording", "menu.openProject", "menu.importVideo", "menu.importAudio", "menu.save",
+          "menu.versionHistory", "menu.export", "menu.help", "menu.shortcuts"})
+        EXPECT_TRUE(enabled(ui, always)) << always;
+    EXPECT_FALSE(enabled(ui, "menu.startRecording")) << "no screen permission";
+    EXPECT_FALSE(enabled(ui, "menu.stopRecording"));
+
+    PermissionsState granted = denied;
+    granted.screenRecording = PermissionsState::Status::granted;
+    ui.app->setPermissions(granted);
+    EXPECT_TRUE(enabled(ui, "menu.startRecording"));
+    EXPECT_FALSE(enabled(ui, "menu.stopRecording"));
+
+    // A countdown counts as recording: start goes off and stop comes on; stopping is neither.
+    ui.app->setRecordingPhase(RecordingPhase::countingDown(2));
+    EXPECT_FALSE(enabled(ui, "menu.startRecording"));
+    EXPECT_TRUE(enabled(ui, "menu.stopRecording"));
+    ui.app->setRecordingPhase(RecordingPhase::stopping());
+    EXPECT_FALSE(enabled(ui, "menu.stopRecording"));
+    EXPECT_TRUE(enabled(ui, "menu.startRecording"));
+    ui.app->setIsExporting(true);
+    EXPECT_FALSE(enabled(ui, "menu.startRecording")) << "no recording while exporting";
+    ui.app->setRecordingPhase(RecordingPhase::idle());
+}
+
+TEST_F(MenuBarTest, UndoAndRedoCarryTheEditsNameAndWorkFromTheKeyboard) {
+    UiHarness ui;
+    ASSERT_TRUE(ui.load());
+    EXPECT_EQ(action(ui, "menu.undo")->property("text").toString(), QStringLiteral("Undo"));
+    EXPECT_FALSE(enabled(ui, "menu.undo"));
+    EXPECT_FALSE(enabled(ui, "menu.redo"));
+
+    ASSERT_TRUE(ui.app->createProjectAt(ui.dir.filePath(QStringLiteral("Edits.orvanescreen"))).has_value());
+    const QString before = ui.app->currentBundle()->project().name;
+    ASSERT_TRUE(ui.app->performEdit(QStringLiteral("Rename Project"),
+                                    [](Project& project) { project.name = QStringLiteral("Renamed"); }));
+    EXPECT_EQ(action(ui, "menu.undo")->property("text").toString(), QStringLiteral("Undo Rename Project"));
+    EXPECT_TRUE(enabled(ui, "menu.undo"));
+
+    ui.key(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(ui.app->currentBundle()->project().name, before);
+    EXPECT_EQ(action(ui, "menu.redo")->property("text").toString(), QStringLiteral("Redo Rename Project"));
+    EXPECT_FALSE(enabled(ui, "menu.undo"));
+    ui.key(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(ui.app->currentBundle()->project().name, QStringLiteral("Renamed"));
+}
+
+TEST_F(MenuBarTest, ShortcutsReachTheirCommandsWithoutOpeningAMenu) {
+    UiHarness ui;
+    ASSERT_TRUE(ui.load());
+    ui.key(Qt::Key_N, Qt::ControlModifier);
+    EXPECT_EQ(ui.app->screen(), AppScreen::sourcePicker);
+    ui.key(Qt::Key_E, Qt::ControlModifier);
+    EXPECT_EQ(ui.app->exportRequestNonce(), 1);
+    ui.key(Qt::Key_Slash, Qt::ControlModifier);
+    EXPECT_EQ(ui.app->shortcutsSheetRequestNonce(), 1);
+    EXPECT_NE(ui.waitFor(QStringLiteral("ShortcutsSheet")), nullptr);
+    ui.key(Qt::Key_Escape);
+    EXPECT_TRUE(waitUntil([&] { return ui.find(QStringLiteral("ShortcutsSheet")) == nullptr; }));
+
+    int preferences = 0;
+    QObject::connect(&ui.desktop->viewModel(), &AppViewModel::preferencesRequested, [&] { ++preferences; });
+    ui.key(Qt::Key_Comma, Qt::ControlModifier);
+    EXPECT_EQ(preferences, 1);
+    // Quit goes through the same question as closing the window: with nothing recording, at once.
+    ui.key(Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_TRUE(ui.desktop->isQuitApproved());
+}
+
+} // namespace
+} // namespace orvane::test
