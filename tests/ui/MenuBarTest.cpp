@@ -1,9 +1,35 @@
 #include "UiTestSupport.h"
+#include "ui/ShortcutCatalog.h"
+
+#include <QSet>
 
 namespace orvane::test {
 namespace {
 
 using namespace std::chrono_literals;
+
+TEST(ShortcutCatalogTest, ListsTheRedoChordTwiceAndEveryDescriptionOnce) {
+    const auto& groups = ShortcutCatalog::groups();
+    ASSERT_EQ(groups.size(), 6u);
+    QStringList redoChord;
+    QSet<QString> descriptionKeys;
+    int entries = 0;
+    for (const auto& group : groups) {
+        for (const auto& entry : group.entries) {
+            ++entries;
+            descriptionKeys.insert(entry.descriptionKey);
+            if (entry.keys == QLatin1String("Ctrl+Shift+Z"))
+                redoChord << entry.descriptionKey;
+            // The desktop's Command and Option keys read as Ctrl and Alt here.
+            EXPECT_FALSE(entry.keys.contains(QChar(0x2318)) || entry.keys.contains(QChar(0x2325)))
+                << entry.keys.toStdString();
+        }
+    }
+    EXPECT_EQ(redoChord, (QStringList{QStringLiteral("shortcuts.editing.redo"),
+                                      QStringLiteral("shortcuts.recording.manualZoom")}));
+    EXPECT_EQ(entries, 30);
+    EXPECT_EQ(descriptionKeys.size(), entries);
+}
 
 class MenuBarTest : public UiTest {
 protected:
@@ -80,14 +106,23 @@ TEST_F(MenuBarTest, ShortcutsReachTheirCommandsWithoutOpeningAMenu) {
     EXPECT_EQ(ui.app->exportRequestNonce(), 1);
     ui.key(Qt::Key_Slash, Qt::ControlModifier);
     EXPECT_EQ(ui.app->shortcutsSheetRequestNonce(), 1);
-    EXPECT_NE(ui.waitFor(QStringLiteral("ShortcutsSheet")), nullptr);
+    QObject* sheet = nullptr;
+    ASSERT_TRUE(waitUntil([&] {
+        sheet = ui.window()->findChild<QObject*>(QStringLiteral("ShortcutsSheet"));
+        return sheet && sheet->property("opened").toBool();
+    }));
     ui.key(Qt::Key_Escape);
-    EXPECT_TRUE(waitUntil([&] { return ui.find(QStringLiteral("ShortcutsSheet")) == nullptr; }));
+    EXPECT_TRUE(waitUntil([&] { return !sheet->property("visible").toBool(); }));
 
     int preferences = 0;
     QObject::connect(&ui.desktop->viewModel(), &AppViewModel::preferencesRequested, [&] { ++preferences; });
     ui.key(Qt::Key_Comma, Qt::ControlModifier);
     EXPECT_EQ(preferences, 1);
+    for (QWindow* top : QGuiApplication::topLevelWindows())
+        if (top->objectName() == QLatin1String("preferencesWindow"))
+            top->close();
+    ui.window()->requestActivate();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(ui.window()));
     // Quit goes through the same question as closing the window: with nothing recording, at once.
     ui.key(Qt::Key_Q, Qt::ControlModifier);
     EXPECT_TRUE(ui.desktop->isQuitApproved());

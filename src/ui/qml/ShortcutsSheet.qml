@@ -1,10 +1,27 @@
 import QtQuick
-import QtQuick.Controls
+import QtQuick.Layouts
 import Orvane.Ui
 
-Popup {
+// Every keyboard shortcut of the program, a card per group.
+Sheet {
+    id: sheet
     objectName: "ShortcutsSheet"
-    parent: Overlay.overlay
-    anchors.centerIn: parent
-    modal: true
+    title: Strings.t("shortcuts.title", "Keyboard Shortcuts")
+
+    GridLayout {
+        width: parent.width
+        columns: 2
+        columnSpacing: Theme.spacingM
+        rowSpacing: Theme.spacingM
+        Repeater {
+            model: ShortcutCatalog.groups
+            ShortcutGroupCard {
+                required property var modelData
+                Layout.fillWidth: true
+                Layout.alignment: Qt.AlignTop
+                Layout.preferredWidth: 1
+                group: modelData
+            }
+        }
+    }
 }

@@ -1,0 +1,59 @@
+import QtQuick
+import QtQuick.Layouts
+import Orvane.Ui
+
+// One group of the shortcuts sheet: its symbol and title, then a line per shortcut.
+Rectangle {
+    id: card
+    property var group
+
+    implicitHeight: column.implicitHeight + 2 * Theme.spacingL
+    radius: Theme.radiusMedium
+    color: Theme.surface
+    border.color: Theme.border
+    Accessible.role: Accessible.Grouping
+    Accessible.name: title.text
+
+    ColumnLayout {
+        id: column
+        anchors.fill: parent
+        anchors.margins: Theme.spacingL
+        spacing: Theme.spacingS
+
+        RowLayout {
+            spacing: Theme.spacingS
+            Icon {
+                name: card.group.icon
+                size: 16
+                color: Theme.accent
+            }
+            Text {
+                id: title
+                text: Strings.t(card.group.titleKey, card.group.title)
+                color: Theme.textPrimary
+                font.family: Theme.fontFamily
+                font.pixelSize: Theme.fontBody
+                font.weight: Font.DemiBold
+            }
+        }
+        Repeater {
+            model: card.group.entries
+            RowLayout {
+                required property var modelData
+                Layout.fillWidth: true
+                spacing: Theme.spacingM
+                Text {
+                    Layout.fillWidth: true
+                    text: Strings.t(parent.modelData.descriptionKey, parent.modelData.description)
+                    color: Theme.textSecondary
+                    font.family: Theme.fontFamily
+                    font.pixelSize: Theme.fontBody
+                    elide: Text.ElideRight
+                }
+                KeyCaps {
+                    keys: parent.modelData.keys
+                }
+            }
+        }
+    }
+}
