@@ -1,0 +1,107 @@
+#include "UiTestSupport.h"
+#include "ui/PreferencesModel.h"
+
+#include <QFile>
+
+namespace orvane::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(PreferencesModelTest, NeverSetValuesReadAsTheirDefaultsAndOnlyTheFrameRatesOnOfferAreKept) {
+    QTemporaryDir dir;
+    UserDefaults defaults(dir.filePath(QStringLiteral("defaults.ini")));
+    PreferencesModel prefs(defaults, nullptr);
+    EXPECT_FALSE(prefs.launchAtLogin());
+    EXPECT_TRUE(prefs.showInMenuBar());
+    EXPECT_TRUE(prefs.soundEffectsEnabled());
+    EXPECT_EQ(prefs.frameRate(), 60);
+    EXPECT_TRUE(prefs.includeSystemAudio());
+    EXPECT_TRUE(prefs.includeMicrophone());
+    EXPECT_TRUE(prefs.autoZoomDefault());
+    EXPECT_TRUE(prefs.clickRipplesDefault());
+    EXPECT_FALSE(prefs.halyardEnabled());
+    EXPECT_TRUE(prefs.marigoldCaptions());
+    EXPECT_FALSE(prefs.uploadToOrvaneOnline());
+
+    prefs.setFrameRate(120);
+    EXPECT_EQ(defaults.value(QStringLiteral("orvane.screen.frameRate")).toInt(), 120);
+    prefs.setFrameRate(45);
+    EXPECT_EQ(prefs.frameRate(), 120) << "45 is not on offer";
+    // A value that another version stored and this one does not offer reads as the default.
+    defaults.setValue(QStringLiteral("orvane.screen.frameRate"), 24);
+    EXPECT_EQ(prefs.frameRate(), 60);
+}
+
+class PreferencesTest : public UiTest {
+protected:
+    QQuickWindow* preferencesWindow() {
+        for (QWindow* top : QGuiApplication::topLevelWindows())
+            if (top->objectName() == QLatin1String("preferencesWindow") && top->isVisible())
+                return qobject_cast<QQuickWindow*>(top);
+        return nullptr;
+    }
+};
+
+TEST_F(PreferencesTest, TheWindowWritesEachKeyAsItsControlChanges) {
+    UiHarness ui;
+    ASSERT_TRUE(ui.load());
+    ui.key(Qt::Key_Comma, Qt::ControlModifier);
+    QQuickWindow* prefs = nullptr;
+    ASSERT_TRUE(waitUntil([&] { return (prefs = preferencesWindow()) != nullptr; }));
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(prefs));
+    QTest::qWait(100);
+
+    ui.click(ui.findIn(prefs, QStringLiteral("prefs.general.soundEffects")));
+    EXPECT_TRUE(waitUntil([&] {
+        return ui.defaults->value(QStringLiteral("orvane.screen.soundEffectsEnabled")) == QVariant(false);
+    }));
+    ui.click(ui.findIn(prefs, QStringLiteral("prefs.general.launchAtLogin.switch")));
+    EXPECT_TRUE(ui.defaults->boolean(QStringLiteral("orvane.screen.launchAtLogin")));
+
+    ui.click(ui.findIn(prefs, QStringLiteral("prefs.tab.capture")));
+    QQuickItem* fps30 = nullptr;
+    ASSERT_TRUE(waitUntil(
+        [&] { return (fps30 = ui.findIn(prefs, QStringLiteral("prefs.capture.fps30"))) != nullptr; }));
+    QTest::qWait(100);
+    ui.click(fps30);
+    EXPECT_EQ(ui.defaults->value(QStringLiteral("orvane.screen.frameRate")).toInt(), 30);
+    ui.click(ui.findIn(prefs, QStringLiteral("prefs.capture.microphoneDefault")));
+    EXPECT_EQ(ui.defaults->value(QStringLiteral("orvane.screen.includeMicrophone")), QVariant(false));
+
+    ui.click(ui.findIn(prefs, QStringLiteral("prefs.tab.ecosystem")));
+    QQuickItem* upload = nullptr;
+    ASSERT_TRUE(waitUntil([&] {
+        return (upload = ui.findIn(prefs, QStringLiteral("prefs.ecosystem.uploadDefault"))) != nullptr;
+    }));
+    QTest::qWait(100);
+    ui.click(upload);
+    EXPECT_TRUE(ui.defaults->boolean(QStringLiteral("orvane.screen.uploadToOrvaneOnline")));
+    // Esc closes the window.
+    ui.key(prefs, Qt::Key_Escape);
+    EXPECT_TRUE(waitUntil([&] { return preferencesWindow() == nullptr; }));
+}
+
+TEST_F(PreferencesTest, ANewRecordingsFolderIsMadeWithItsParentsOrNothingChanges) {
+    UiHarness ui;
+    ASSERT_TRUE(ui.load());
+    PreferencesModel prefs(*ui.defaults, &ui.desktop->viewModel());
+    const QString before = ui.app->recordingsRootDirectory();
+    EXPECT_EQ(prefs.recordingsFolder(), before);
+
+    const QString nested = ui.dir.filePath(QStringLiteral("a/b/Takes"));
+    EXPECT_TRUE(prefs.applyRecordingsFolder(QUrl::fromLocalFile(nested).toString()));
+    EXPECT_TRUE(QFileInfo(nested).isDir());
+    EXPECT_EQ(ui.defaults->string(QString::fromLatin1(AppState::recordingSaveDirectoryKey)), nested);
+    EXPECT_EQ(prefs.recordingsFolder(), nested);
+
+    // Under a plain file no folder can be made: the choice is refused and the old folder stays.
+    QFile blocker(ui.dir.filePath(QStringLiteral("file")));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    EXPECT_FALSE(prefs.applyRecordingsFolder(ui.dir.filePath(QStringLiteral("file/inside"))));
+    EXPECT_EQ(ui.app->recordingsRootDirectory(), nested);
+}
+
+} // namespace
+} // namespace orvane::test
