@@ -1,0 +1,105 @@
+#include "RecentProjectsModel.h"
+
+#include "AppViewModel.h"
+
+#include <QFileInfo>
+#include <QUrl>
+#include <QUrlQuery>
+
+#include <cmath>
+
+namespace orvane {
+
+RecentProjectsModel::RecentProjectsModel(QObject* parent)
+    : RecentProjectsModel(AppViewModel::current()->recents(), AppViewModel::current(), parent) {}
+
+RecentProjectsModel::RecentProjectsModel(RecentProjectsStore& store, AppViewModel* app, QObject* parent)
+    : QAbstractListModel(parent)
+    , m_store(store)
+    , m_app(app) {
+    connect(&store, &RecentProjectsStore::projectsChanged, this, [this] {
+        beginResetModel();
+        endResetModel();
+        Q_EMIT countChanged();
+    });
+}
+
+int RecentProjectsModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : std::min(int(m_store.projects().size()), shownItems);
+}
+
+QHash<int, QByteArray> RecentProjectsModel::roleNames() const {
+    return {{NameRole, "name"},
+            {PathRole, "path"},
+            {ThumbnailRole, "thumbnail"},
+            {LastOpenedRole, "lastOpenedText"},
+            {DurationRole, "durationText"}};
+}
+
+QVariant RecentProjectsModel::data(const QModelIndex& index, int role) const {
+    if (!index.isValid() || index.row() >= rowCount())
+        return {};
+    const RecentProject& entry = m_store.projects()[size_t(index.row())];
+    switch (role) {
+    case NameRole:
+        return entry.name;
+    case PathRole:
+        return entry.bundlePath();
+    case ThumbnailRole: {
+        const auto path = m_store.thumbnailPath(entry);
+        if (!path)
+            return QString();
+        // The file keeps its name when it is made again; its time tells the image cache it changed.
+        QUrl url = QUrl::fromLocalFile(*path);
+        url.setQuery(QStringLiteral("v=%1").arg(QFileInfo(*path).lastModified().toMSecsSinceEpoch()));
+        return url.toString();
+    }
+    case LastOpenedRole:
+        return timeSince(entry.lastOpened, QDateTime::currentDateTimeUtc());
+    case DurationRole:
+        return durationText(entry.durationSeconds);
+    }
+    return {};
+}
+
+void RecentProjectsModel::open(int row) {
+    if (row < 0 || row >= rowCount() || !m_app)
+        return;
+    m_app->openProjectAt(m_store.projects()[size_t(row)].bundlePath());
+}
+
+QString RecentProjectsModel::timeSince(const QDateTime& then, const QDateTime& now) {
+    const qint64 seconds = std::max<qint64>(0, then.secsTo(now));
+    const auto ago = [](qint64 count, const char* one, const char* many) {
+        return count == 1 ? tr("1 %1 ago").arg(QLatin1String(one))
+                          : tr("%1 %2 ago").arg(count).arg(QLatin1String(many));
+    };
+    if (seconds < 60)
+        return tr("Just now");
+    if (seconds < 3600)
+        return ago(seconds / 60, "minute", "minutes");
+    if (seconds < 86400)
+        return ago(seconds / 3600, "hour", "hours");
+    const qint64 days = seconds / 86400;
+    if (days == 1)
+        return tr("Yesterday");
+    if (days < 14)
+        return ago(days, "day", "days");
+    if (days < 60)
+        return ago(days / 7, "week", "weeks");
+    if (days < 365)
+        return ago(days / 30, "month", "months");
+    return ago(days / 365, "year", "years");
+}
+
+QString RecentProjectsModel::durationText(double seconds) {
+    const qint64 whole = seconds > 0 ? qint64(std::floor(seconds)) : 0;
+    if (whole >= 3600)
+        return QStringLiteral("%1:%2:%3")
+            .arg(whole / 3600)
+            .arg((whole % 3600) / 60, 2, 10, QLatin1Char('0'))
+            .arg(whole % 60, 2, 10, QLatin1Char('0'));
+    return QStringLiteral("%1:%2").arg(whole / 60).arg(whole % 60, 2, 10, QLatin1Char('0'));
+}
+
+} // namespace orvane
