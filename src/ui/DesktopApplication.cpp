@@ -77,6 +77,8 @@ bool DesktopApplication::load() {
         },
         Qt::QueuedConnection);
     m_window->show();
+    // A program the user just started takes the keyboard, as its first window would on any desktop.
+    m_window->requestActivate();
     return true;
 }
 
