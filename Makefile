@@ -30,6 +30,7 @@ bench: build
 	$(BUILD_DIR)/bench/orvane-http-bench
 	$(BUILD_DIR)/bench/orvane-capture-bench
 	$(BUILD_DIR)/bench/orvane-startup-bench
+	$(BUILD_DIR)/bench/orvane-picker-bench
 
 # A picture of every surface of the desktop application in docs/screenshots/, on a private X server.
 screenshots: build

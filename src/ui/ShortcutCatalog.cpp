@@ -55,7 +55,7 @@ const std::vector<ShortcutCatalog::Group>& ShortcutCatalog::groups() {
              {QStringLiteral("Esc"), QStringLiteral("shortcuts.recording.cancelCountdown"),
               QStringLiteral("Cancel the countdown")},
              {QStringLiteral("Ctrl+Shift+Z"), QStringLiteral("shortcuts.recording.manualZoom"),
-              QStringLiteral("Zoom on the pointer while recording")},
+              QStringLiteral("Zoom on the pointer")},
          }},
         {QStringLiteral("shortcuts.group.import"),
          QStringLiteral("Projects and media"),

@@ -26,7 +26,7 @@ Text {
         "wand.and.stars": "\u2726",
         "network": "\u25CD",
         "scissors": "\u2702",
-        "square.and.arrow.down": "\u2B73",
+        "square.and.arrow.down": "\u2193",
         "plus.magnifyingglass": "\u2295",
         "macwindow": "\u25A1",
         "display": "\u25AD",

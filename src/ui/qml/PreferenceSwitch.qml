@@ -63,9 +63,23 @@ Rectangle {
         Accessible.name: label.text
         Accessible.description: row.detail
         onToggled: row.toggled(checked)
-        palette.highlight: Theme.accent
-        palette.button: Theme.surfaceHover
-        palette.mid: Theme.borderStrong
-        palette.light: Theme.textPrimary
+        indicator: Rectangle {
+            implicitWidth: 44
+            implicitHeight: 24
+            x: toggle.leftPadding
+            y: (toggle.height - height) / 2
+            radius: height / 2
+            color: toggle.checked ? Theme.accent : Theme.surfaceHover
+            border.color: toggle.checked ? Theme.accent : Theme.borderStrong
+            Rectangle {
+                x: toggle.checked ? parent.width - width - 3 : 3
+                y: 3
+                width: 18
+                height: 18
+                radius: 9
+                color: Theme.textPrimary
+                Behavior on x { NumberAnimation { duration: Theme.durationFast } }
+            }
+        }
     }
 }

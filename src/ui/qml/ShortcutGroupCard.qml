@@ -18,7 +18,7 @@ Rectangle {
         id: column
         anchors.fill: parent
         anchors.margins: Theme.spacingL
-        spacing: Theme.spacingS
+        spacing: Theme.spacingXS + 2
 
         RowLayout {
             spacing: Theme.spacingS

@@ -7,10 +7,11 @@ Sheet {
     id: sheet
     objectName: "ShortcutsSheet"
     title: Strings.t("shortcuts.title", "Keyboard Shortcuts")
+    width: Math.min(parent ? parent.width - 2 * Theme.spacingXL : 1200, 1200)
 
     GridLayout {
         width: parent.width
-        columns: 2
+        columns: 3
         columnSpacing: Theme.spacingM
         rowSpacing: Theme.spacingM
         Repeater {

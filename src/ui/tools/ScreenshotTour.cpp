@@ -56,6 +56,17 @@ bool pumpUntil(const std::function<bool()>& done, int milliseconds) {
     return true;
 }
 
+QQuickItem* findItem(QQuickWindow* window, const QString& name) {
+    QList<QQuickItem*> queue{window->contentItem()};
+    while (!queue.isEmpty()) {
+        QQuickItem* item = queue.takeFirst();
+        if (item->objectName() == name && item->isVisible())
+            return item;
+        queue.append(item->childItems());
+    }
+    return nullptr;
+}
+
 bool makeMovie(const QString& path, const QString& source, double seconds) {
     return QProcess::execute(QStringLiteral("ffmpeg"),
                              {QStringLiteral("-loglevel"), QStringLiteral("error"), QStringLiteral("-y"),
@@ -99,6 +110,13 @@ public:
         m_desktop->viewModel().newRecording();
         pump(2500); // sources and their live thumbnails
         shoot(QStringLiteral("picker"), window);
+        if (QQuickItem* windows = findItem(window, QStringLiteral("source.filter.windows"))) {
+            QMetaObject::invokeMethod(windows, "clicked");
+            pump(1500);
+            shoot(QStringLiteral("picker-windows"), window);
+            if (QQuickItem* displays = findItem(window, QStringLiteral("source.filter.displays")))
+                QMetaObject::invokeMethod(displays, "clicked");
+        }
 
         if (!m_app->availableSources().empty())
             m_app->setSelectedSourceID(m_app->availableSources().front().id);
