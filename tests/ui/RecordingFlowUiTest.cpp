@@ -34,18 +34,26 @@ class RecordingFlowUiTest : public UiTest {};
 // The whole path a user takes: a display chosen, a countdown cancelled with Esc, a second start, three
 // seconds of recording stopped from the floating control, and the recording as a clip of the project.
 TEST_F(RecordingFlowUiTest, CountdownCancelsOnEscThenARecordingStoppedFromTheHudLandsAsAClip) {
-    UiHarness ui;
+    UiHarness ui({.onboardingCompleted = false, .apiPort = std::nullopt});
     ui.app->setCountdownTick(400ms);
     ASSERT_TRUE(ui.load());
     ASSERT_TRUE(
         waitUntil([&] { return ui.app->canStartRecording() && !ui.app->availableSources().empty(); }, 10s))
         << "screen recording is not granted on the test display";
+
+    // Onboarding skipped, New Recording on the welcome screen, the display's card, Start.
+    ui.click(ui.waitFor(QStringLiteral("onboarding.skip")));
+    ui.click(ui.waitFor(QStringLiteral("welcome.newRecording")));
+    ASSERT_EQ(ui.app->screen(), AppScreen::sourcePicker);
     const QString display = ui.app->availableSources().front().id;
     ASSERT_TRUE(display.startsWith(QLatin1String("display-")));
-
-    ui.desktop->viewModel().newRecording();
-    ui.desktop->viewModel().setSelectedSourceID(display);
-    ui.desktop->viewModel().beginCapture();
+    QQuickItem* start = ui.waitFor(QStringLiteral("source.startRecording"));
+    ASSERT_NE(start, nullptr);
+    ui.app->setSelectedSourceID(QString());
+    EXPECT_FALSE(start->isEnabled()) << "nothing chosen";
+    ui.click(ui.waitFor(QStringLiteral("source.card.") + display));
+    EXPECT_EQ(ui.app->selectedSourceID(), display);
+    ui.click(start);
     ASSERT_NE(ui.waitFor(QStringLiteral("recording.countdown.cancel")), nullptr);
     EXPECT_EQ(ui.app->screen(), AppScreen::recording);
     ui.key(Qt::Key_Escape);
@@ -56,7 +64,7 @@ TEST_F(RecordingFlowUiTest, CountdownCancelsOnEscThenARecordingStoppedFromTheHud
     EXPECT_EQ(ui.desktop->hud().panel(), nullptr);
     EXPECT_TRUE(ui.app->recordingPhase().isIdle());
 
-    ui.desktop->viewModel().beginCapture();
+    ui.click(ui.waitFor(QStringLiteral("source.startRecording")));
     ASSERT_TRUE(waitUntil([&] { return ui.app->recordingPhase().isRecording(); }, 10s));
     QQuickWindow* panel = ui.desktop->hud().panel();
     ASSERT_NE(panel, nullptr);
