@@ -130,10 +130,30 @@ TEST_F(ContentViewTest, ShowWindowRouteBringsTheHiddenWindowBack) {
     EXPECT_TRUE(waitUntil([&] { return ui.window()->isVisible(); }));
 }
 
-TEST_F(ContentViewTest, ClosingTheWindowDuringARecordingWaitsForTheStop) {
+TEST_F(ContentViewTest, ClosingTheWindowDuringARecordingWaitsForTheStopAndKeepsTheClip) {
+    UiHarness ui;
+    ui.app->setCountdownTick(50ms);
+    ASSERT_TRUE(ui.load());
+    ASSERT_TRUE(
+        waitUntil([&] { return ui.app->canStartRecording() && !ui.app->availableSources().empty(); }, 10s));
+    ui.app->setSelectedSourceID(ui.app->availableSources().front().id);
+    ui.desktop->viewModel().beginCapture();
+    ASSERT_TRUE(waitUntil([&] { return ui.app->recordingPhase().isRecording(); }, 10s));
+    QTest::qWait(1000);
+
+    // The window is hidden behind the HUD while recording; closing it (as the desktop's close would) asks
+    // first, and the answer comes once the recording has stopped and become a clip.
+    ui.window()->close();
+    EXPECT_FALSE(ui.desktop->isQuitApproved());
+    EXPECT_TRUE(ui.app->recordingPhase().isStopping());
+    ASSERT_TRUE(waitUntil([&] { return ui.desktop->isQuitApproved(); }, 10s));
+    ASSERT_NE(ui.app->currentBundle(), nullptr);
+    EXPECT_EQ(ui.app->currentBundle()->project().timeline.clips.size(), 1u);
+}
+
+TEST_F(ContentViewTest, ClosingTheWindowWithNothingRecordingQuitsAtOnce) {
     UiHarness ui;
     ASSERT_TRUE(ui.load());
-    // Not recording: closing approves at once.
     ui.window()->close();
     EXPECT_TRUE(ui.desktop->isQuitApproved());
 }
