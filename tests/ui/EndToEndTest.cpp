@@ -101,7 +101,7 @@ TEST_F(EndToEndTest, ARecordingMadeWithKeysAndAClickOnTheHudLandsAsAClip) {
     ASSERT_TRUE(waitForStatus(
         [](const QJsonObject& s) { return s[QStringLiteral("screen")] == QLatin1String("sourcePicker"); },
         5s));
-    QTest::qWait(1500); // sources discovered
+    QTest::qWait(2500); // the picker discovers the sources and chooses the display
     m_driver->tapKey(XK_r, {XK_Control_L, XK_Shift_L});
     ASSERT_TRUE(
         waitForStatus([](const QJsonObject& s) { return s[QStringLiteral("isRecording")].toBool(); }, 5s));
