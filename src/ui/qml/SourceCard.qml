@@ -31,8 +31,19 @@ Item {
         anchors.margins: Theme.spacingS
         radius: Theme.radiusLarge
         color: area.containsMouse ? Theme.surfaceHover : Theme.surface
-        border.width: card.selected ? 2 : (card.current ? Theme.focusRingWidth : 1)
-        border.color: card.selected ? Theme.accent : (card.current ? Theme.focusRing : Theme.border)
+        border.width: card.selected ? 2 : 1
+        border.color: card.selected ? Theme.accent : Theme.border
+
+        // The keyboard's place, drawn outside the card so that it shows on the chosen card too.
+        Rectangle {
+            anchors.fill: parent
+            anchors.margins: -4
+            radius: parent.radius + 4
+            color: "transparent"
+            border.width: Theme.focusRingWidth
+            border.color: Theme.focusRing
+            visible: card.current
+        }
 
         ColumnLayout {
             anchors.fill: parent
