@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QUrl>
 #include <QtQml/qqmlregistration.h>
 
 namespace orvane {
@@ -28,6 +29,8 @@ class PreferencesModel : public QObject {
     Q_PROPERTY(
         bool uploadToOrvaneOnline READ uploadToOrvaneOnline WRITE setUploadToOrvaneOnline NOTIFY changed)
     Q_PROPERTY(QString recordingsFolder READ recordingsFolder NOTIFY recordingsFolderChanged)
+    // The same folder as a URL for the folder chooser, so that spaces and other characters survive.
+    Q_PROPERTY(QUrl recordingsFolderUrl READ recordingsFolderUrl NOTIFY recordingsFolderChanged)
 public:
     // The QML element finds the application's settings; tests may give their own.
     explicit PreferencesModel(QObject* parent = nullptr);
@@ -57,6 +60,7 @@ public:
     void setUploadToOrvaneOnline(bool on) { setFlag("orvane.screen.uploadToOrvaneOnline", on); }
 
     QString recordingsFolder() const;
+    QUrl recordingsFolderUrl() const { return QUrl::fromLocalFile(recordingsFolder()); }
     // The folder chooser's answer: the folder is made with its parents; if that fails nothing changes.
     Q_INVOKABLE bool applyRecordingsFolder(const QString& pathOrUrl);
     Q_INVOKABLE void revealRecordingsFolder();

@@ -162,6 +162,8 @@ MenuBar {
 
     delegate: MenuBarItem {
         id: barItem
+        objectName: menu ? menu.objectName + ".title" : ""
+        Accessible.name: text.replace("&", "")
         font.family: Theme.fontFamily
         font.pixelSize: Theme.fontBody
         leftPadding: Theme.spacingM

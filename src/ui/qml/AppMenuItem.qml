@@ -10,7 +10,9 @@ MenuItem {
     rightPadding: Theme.spacingM
     font.family: Theme.fontFamily
     font.pixelSize: Theme.fontBody
+    objectName: action ? action.objectName + ".item" : ""
     Accessible.name: text
+    Accessible.description: shortcutText
 
     readonly property string shortcutText: action && action.shortcut ? String(action.shortcut) : ""
 

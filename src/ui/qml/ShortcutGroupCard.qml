@@ -7,6 +7,7 @@ Rectangle {
     id: card
     property var group
 
+    objectName: group ? group.titleKey : ""
     implicitHeight: column.implicitHeight + 2 * Theme.spacingL
     radius: Theme.radiusMedium
     color: Theme.surface
@@ -51,6 +52,7 @@ Rectangle {
                     elide: Text.ElideRight
                 }
                 KeyCaps {
+                    objectName: "shortcut.keys"
                     keys: parent.modelData.keys
                 }
             }
