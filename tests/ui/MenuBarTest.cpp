@@ -38,6 +38,15 @@ protected:
         EXPECT_NE(found, nullptr) << name;
         return found;
     }
+    // The launch's own permission check answers a moment after the window shows; a state set before it
+    // would be overwritten.
+    void setScreenRecording(UiHarness& ui, PermissionsState::Status status) {
+        ASSERT_TRUE(waitUntil(
+            [&] { return ui.app->permissions().screenRecording != PermissionsState::Status::unknown; }));
+        PermissionsState permissions = ui.app->permissions();
+        permissions.screenRecording = status;
+        ui.app->setPermissions(permissions);
+    }
     bool enabled(UiHarness& ui, const char* name) {
         QObject* found = action(ui, name);
         return found && found->property("enabled").toBool();
@@ -47,9 +56,7 @@ protected:
 TEST_F(MenuBarTest, CommandsAreEnabledAsTheRecordingStateAllows) {
     UiHarness ui;
     ASSERT_TRUE(ui.load());
-    PermissionsState denied;
-    denied.screenRecording = PermissionsState::Status::denied;
-    ui.app->setPermissions(denied);
+    setScreenRecording(ui, PermissionsState::Status::denied);
     for (const char* always :
          {"menu.newRecording", "menu.openProject", "menu.importVideo", "menu.importAudio", "menu.save",
           "menu.versionHistory", "menu.export", "menu.help", "menu.shortcuts"})
@@ -57,14 +64,15 @@ TEST_F(MenuBarTest, CommandsAreEnabledAsTheRecordingStateAllows) {
     EXPECT_FALSE(enabled(ui, "menu.startRecording")) << "no screen permission";
     EXPECT_FALSE(enabled(ui, "menu.stopRecording"));
 
-    PermissionsState granted = denied;
-    granted.screenRecording = PermissionsState::Status::granted;
-    ui.app->setPermissions(granted);
+    setScreenRecording(ui, PermissionsState::Status::granted);
     EXPECT_TRUE(enabled(ui, "menu.startRecording"));
     EXPECT_FALSE(enabled(ui, "menu.stopRecording"));
 
     // A countdown counts as recording: start goes off and stop comes on; stopping is neither.
     ui.app->setRecordingPhase(RecordingPhase::countingDown(2));
+    EXPECT_FALSE(enabled(ui, "menu.startRecording"));
+    EXPECT_TRUE(enabled(ui, "menu.stopRecording"));
+    ui.app->setRecordingPhase(RecordingPhase::recording(QDateTime::currentDateTime()));
     EXPECT_FALSE(enabled(ui, "menu.startRecording"));
     EXPECT_TRUE(enabled(ui, "menu.stopRecording"));
     ui.app->setRecordingPhase(RecordingPhase::stopping());
@@ -104,6 +112,8 @@ TEST_F(MenuBarTest, ShortcutsReachTheirCommandsWithoutOpeningAMenu) {
     EXPECT_EQ(ui.app->screen(), AppScreen::sourcePicker);
     ui.key(Qt::Key_E, Qt::ControlModifier);
     EXPECT_EQ(ui.app->exportRequestNonce(), 1);
+    ui.key(Qt::Key_S, Qt::ControlModifier);
+    EXPECT_EQ(ui.app->saveAcknowledgementNonce(), 1);
     ui.key(Qt::Key_Slash, Qt::ControlModifier);
     EXPECT_EQ(ui.app->shortcutsSheetRequestNonce(), 1);
     QObject* sheet = nullptr;
@@ -126,6 +136,41 @@ TEST_F(MenuBarTest, ShortcutsReachTheirCommandsWithoutOpeningAMenu) {
     // Quit goes through the same question as closing the window: with nothing recording, at once.
     ui.key(Qt::Key_Q, Qt::ControlModifier);
     EXPECT_TRUE(ui.desktop->isQuitApproved());
+}
+
+TEST_F(MenuBarTest, MenusOpenFromTheBarAndADisabledCommandDoesNothing) {
+    UiHarness ui;
+    ASSERT_TRUE(ui.load());
+    setScreenRecording(ui, PermissionsState::Status::denied);
+    const QPoint awayFromTheBar(ui.window()->width() / 2, ui.window()->height() - 40);
+
+    ui.click(ui.waitFor(QStringLiteral("menu.record.title")));
+    QQuickItem* start = ui.waitFor(QStringLiteral("menu.startRecording.item"));
+    ASSERT_NE(start, nullptr);
+    EXPECT_FALSE(start->isEnabled());
+    ui.click(start);
+    QTest::qWait(50);
+    EXPECT_TRUE(ui.app->recordingPhase().isIdle());
+    EXPECT_EQ(ui.app->screen(), AppScreen::welcome);
+    // Off the bar's titles, so that the closed menu leaves the bar instead of following the pointer.
+    QTest::mouseMove(ui.window(), awayFromTheBar);
+    ui.key(Qt::Key_Escape);
+    QObject* recordMenu = action(ui, "menu.record");
+    EXPECT_TRUE(waitUntil([&] { return !recordMenu->property("visible").toBool(); }));
+    // The shortcut is as disabled as the item.
+    ui.key(Qt::Key_R, Qt::ControlModifier | Qt::ShiftModifier);
+    QTest::qWait(50);
+    EXPECT_TRUE(ui.app->recordingPhase().isIdle());
+    EXPECT_EQ(ui.app->screen(), AppScreen::welcome);
+
+    ui.click(ui.waitFor(QStringLiteral("menu.file.title")));
+    QQuickItem* newRecording = ui.waitFor(QStringLiteral("menu.newRecording.item"));
+    ASSERT_NE(newRecording, nullptr);
+    EXPECT_EQ(newRecording->property("text").toString(), QStringLiteral("New Recording"));
+    ui.click(newRecording);
+    EXPECT_EQ(ui.app->screen(), AppScreen::sourcePicker);
+    QObject* fileMenu = action(ui, "menu.file");
+    EXPECT_TRUE(waitUntil([&] { return !fileMenu->property("visible").toBool(); }));
 }
 
 } // namespace

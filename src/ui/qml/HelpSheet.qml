@@ -54,8 +54,11 @@ Sheet {
         }
 
         Text {
+            objectName: "help.folder"
             Layout.fillWidth: true
             wrapMode: Text.WrapAnywhere
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
             text: Strings.f("help.folder", "New projects are kept in %1.", [App.recordingsRootDirectory])
             color: Theme.textTertiary
             font.family: Theme.fontFamily
