@@ -66,6 +66,17 @@ TEST_F(PreferencesTest, TheWindowWritesEachKeyAsItsControlChanges) {
     QTest::qWait(100);
     ui.click(fps30);
     EXPECT_EQ(ui.defaults->value(QStringLiteral("orvane.screen.frameRate")).toInt(), 30);
+    ui.click(ui.findIn(prefs, QStringLiteral("prefs.capture.fps120")));
+    EXPECT_EQ(ui.defaults->value(QStringLiteral("orvane.screen.frameRate")).toInt(), 120);
+    // From the keyboard the arrows step through the rates and stop at either end.
+    ui.findIn(prefs, QStringLiteral("prefs.capture.fps120"))->forceActiveFocus(Qt::TabFocusReason);
+    ui.key(prefs, Qt::Key_Left);
+    EXPECT_EQ(ui.defaults->value(QStringLiteral("orvane.screen.frameRate")).toInt(), 60);
+    ui.key(prefs, Qt::Key_Left);
+    ui.key(prefs, Qt::Key_Left);
+    EXPECT_EQ(ui.defaults->value(QStringLiteral("orvane.screen.frameRate")).toInt(), 30);
+    ui.key(prefs, Qt::Key_Right);
+    EXPECT_EQ(ui.defaults->value(QStringLiteral("orvane.screen.frameRate")).toInt(), 60);
     ui.click(ui.findIn(prefs, QStringLiteral("prefs.capture.microphoneDefault")));
     EXPECT_EQ(ui.defaults->value(QStringLiteral("orvane.screen.includeMicrophone")), QVariant(false));
 
@@ -82,6 +93,36 @@ TEST_F(PreferencesTest, TheWindowWritesEachKeyAsItsControlChanges) {
     EXPECT_TRUE(waitUntil([&] { return preferencesWindow() == nullptr; }));
 }
 
+TEST_F(PreferencesTest, TabsAndSwitchesAnswerTheKeyboardAlone) {
+    UiHarness ui;
+    ASSERT_TRUE(ui.load());
+    ui.key(Qt::Key_Comma, Qt::ControlModifier);
+    QQuickWindow* prefs = nullptr;
+    ASSERT_TRUE(waitUntil([&] { return (prefs = preferencesWindow()) != nullptr; }));
+    ASSERT_TRUE(QTest::qWaitForWindowActive(prefs));
+    QQuickItem* tabs = ui.findIn(prefs, QStringLiteral("prefs.tabs"));
+    ASSERT_NE(tabs, nullptr);
+
+    ui.key(prefs, Qt::Key_Tab, Qt::ControlModifier);
+    EXPECT_EQ(tabs->property("currentIndex").toInt(), 1);
+    ui.key(prefs, Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
+    ui.key(prefs, Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(tabs->property("currentIndex").toInt(), 3) << "going back from the first tab wraps to the last";
+    ASSERT_TRUE(
+        waitUntil([&] { return ui.findIn(prefs, QStringLiteral("EcosystemPreferencesPane")) != nullptr; }));
+
+    // Tab walks the controls until the first switch of the pane holds the keyboard; Space flips it.
+    QQuickItem* halyard = ui.findIn(prefs, QStringLiteral("prefs.ecosystem.halyard.switch"));
+    ASSERT_NE(halyard, nullptr);
+    for (int presses = 0; presses < 8 && !halyard->hasActiveFocus(); ++presses)
+        ui.key(prefs, Qt::Key_Tab);
+    ASSERT_TRUE(halyard->hasActiveFocus());
+    ui.key(prefs, Qt::Key_Space);
+    EXPECT_TRUE(ui.defaults->boolean(QStringLiteral("orvane.screen.halyardEnabled")));
+    ui.key(prefs, Qt::Key_Space);
+    EXPECT_EQ(ui.defaults->value(QStringLiteral("orvane.screen.halyardEnabled")), QVariant(false));
+}
+
 TEST_F(PreferencesTest, ANewRecordingsFolderIsMadeWithItsParentsOrNothingChanges) {
     UiHarness ui;
     ASSERT_TRUE(ui.load());
@@ -94,6 +135,7 @@ TEST_F(PreferencesTest, ANewRecordingsFolderIsMadeWithItsParentsOrNothingChanges
     EXPECT_TRUE(QFileInfo(nested).isDir());
     EXPECT_EQ(ui.defaults->string(QString::fromLatin1(AppState::recordingSaveDirectoryKey)), nested);
     EXPECT_EQ(prefs.recordingsFolder(), nested);
+    EXPECT_EQ(prefs.recordingsFolderUrl().toLocalFile(), nested);
 
     // Under a plain file no folder can be made: the choice is refused and the old folder stays.
     QFile blocker(ui.dir.filePath(QStringLiteral("file")));
