@@ -159,7 +159,11 @@ QString AppState::defaultRecordingsRootDirectory() {
 }
 
 void AppState::setRecordingsRootDirectory(const QString& path) {
+    if (path == m_defaults.string(QString::fromLatin1(recordingSaveDirectoryKey)))
+        return;
     m_defaults.setValue(QString::fromLatin1(recordingSaveDirectoryKey), path);
+    // The window shows the folder; the loopback API can change it too.
+    Q_EMIT recordingsRootDirectoryChanged();
 }
 
 AppState::TerminateReply AppState::applicationShouldTerminate(std::function<void(bool)> reply) {

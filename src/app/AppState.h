@@ -279,6 +279,7 @@ Q_SIGNALS:
     void availableSourcesChanged();
     void selectedSourceIDChanged();
     void includesChanged();
+    void recordingsRootDirectoryChanged();
 
 private:
     void applyProjectSnapshot(const Project& snapshot, const Project& redoSnapshot, const QString& name,

@@ -66,6 +66,8 @@ AppViewModel::AppViewModel(AppState& app, RecentProjectsStore& recents, UserDefa
     connect(&app, &AppState::isImportingChanged, this, &AppViewModel::isImportingChanged);
     connect(&app, &AppState::selectedSourceIDChanged, this, &AppViewModel::selectedSourceIDChanged);
     connect(&app, &AppState::includesChanged, this, &AppViewModel::includesChanged);
+    connect(&app, &AppState::recordingsRootDirectoryChanged, this,
+            &AppViewModel::recordingsRootDirectoryChanged);
     connect(&app.exportQueue(), &ExportQueue::jobsChanged, this, &AppViewModel::exportJobsChanged);
     watchBundle();
     // An error raised before the window existed is still shown when it opens.
@@ -248,7 +250,6 @@ void AppViewModel::setRecordingsRootDirectory(const QString& path) {
     if (folder == m_app.recordingsRootDirectory())
         return;
     m_app.setRecordingsRootDirectory(folder);
-    Q_EMIT recordingsRootDirectoryChanged();
 }
 
 void AppViewModel::newRecording() {

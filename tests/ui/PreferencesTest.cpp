@@ -143,6 +143,14 @@ TEST_F(PreferencesTest, ANewRecordingsFolderIsMadeWithItsParentsOrNothingChanges
     blocker.close();
     EXPECT_FALSE(prefs.applyRecordingsFolder(ui.dir.filePath(QStringLiteral("file/inside"))));
     EXPECT_EQ(ui.app->recordingsRootDirectory(), nested);
+
+    // A change from outside the window (the loopback API sets it on AppState) reaches the window too.
+    int told = 0;
+    QObject::connect(&prefs, &PreferencesModel::recordingsFolderChanged, [&] { ++told; });
+    const QString fromScript = ui.dir.filePath(QStringLiteral("FromScript"));
+    ui.app->setRecordingsRootDirectory(fromScript);
+    EXPECT_EQ(told, 1);
+    EXPECT_EQ(prefs.recordingsFolder(), fromScript);
 }
 
 } // namespace
