@@ -5,6 +5,8 @@
 #include <QQuickWindow>
 #include <QSGImageNode>
 
+#include <utility>
+
 namespace orvane {
 
 SourceThumbnailItem::SourceThumbnailItem(QQuickItem* parent)
@@ -18,8 +20,17 @@ void SourceThumbnailItem::setSourceID(const QString& id) {
     if (id == m_sourceID)
         return;
     m_sourceID = id;
+    // Another source's picture must not stand in for this one's.
+    const bool hadPicture = hasPicture();
+    m_image = QImage();
+    m_frameData = nullptr;
+    m_imageChanged = true;
     Q_EMIT sourceIDChanged();
     takePicture();
+    if (hadPicture && !hasPicture()) {
+        Q_EMIT hasPictureChanged();
+        update();
+    }
 }
 
 void SourceThumbnailItem::takePicture() {
@@ -28,15 +39,18 @@ void SourceThumbnailItem::takePicture() {
         // A refresh forgot the pictures: keep showing the old one until the new one lands.
         return;
     }
-    // Every picture that lands tells every card; only a new one for this source is copied.
+    // Every picture that lands tells every card; only a new one for this source is taken.
     if (m_frameData == frame->data())
         return;
     m_frameData = frame->data();
-    // The frame's pixels are premultiplied BGRA, which is what QImage calls ARGB32_Premultiplied here; the
-    // copy detaches the picture from the cache's buffer.
-    m_image = QImage(frame->data(), frame->width(), frame->height(), frame->stride(),
-                     QImage::Format_ARGB32_Premultiplied)
-                  .copy();
+    // The cache never writes to a picture once stored, so the image borrows its pixels (premultiplied
+    // BGRA, QImage's ARGB32_Premultiplied here) instead of copying them; the image and every shallow copy
+    // of it the scene graph keeps hold a handle of the frame, so the pixels live while anything reads them.
+    auto* handle = new VideoFrame(*frame);
+    m_image = QImage(
+        std::as_const(*handle).data(), handle->width(), handle->height(), handle->stride(),
+        QImage::Format_ARGB32_Premultiplied, [](void* owned) { delete static_cast<VideoFrame*>(owned); },
+        handle);
     m_imageChanged = true;
     Q_EMIT hasPictureChanged();
     update();

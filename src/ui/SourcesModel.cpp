@@ -1,6 +1,7 @@
 #include "SourcesModel.h"
 
 #include "AppViewModel.h"
+#include "Strings.h"
 #include "app/AppState.h"
 #include "capture/SourceThumbnailCache.h"
 
@@ -20,6 +21,27 @@ SourcesModel::SourcesModel(AppState& app, SourceThumbnailCache& thumbnails, QObj
         Q_EMIT selectionChanged();
     });
     rebuild();
+}
+
+QString SourcesModel::accessibleName(const CaptureSource& source) {
+    // What a screen reader says for a card: its name, then what recording it would take in.
+    const Strings strings;
+    switch (source.kind) {
+    case CaptureSource::Kind::display:
+        return strings.f(QStringLiteral("source.card.a11y.display"),
+                         QStringLiteral("%1, the whole screen, %2"), {source.title, sizeText(source)});
+    case CaptureSource::Kind::window:
+        return strings.f(QStringLiteral("source.card.a11y.window"), QStringLiteral("%1, a window of %2"),
+                         {source.title, source.subtitle});
+    case CaptureSource::Kind::app:
+        return strings.f(QStringLiteral("source.card.a11y.app"),
+                         QStringLiteral("%1, every window of the application"), {source.title});
+    }
+    return source.title;
+}
+
+QString SourcesModel::sizeText(const CaptureSource& source) {
+    return QStringLiteral("%1 × %2").arg(qRound(source.pixelSize.width)).arg(qRound(source.pixelSize.height));
 }
 
 int SourcesModel::rowCount(const QModelIndex& parent) const {
@@ -46,19 +68,9 @@ QVariant SourcesModel::data(const QModelIndex& index, int role) const {
     case SubtitleRole:
         return source.subtitle;
     case SizeRole:
-        return QStringLiteral("%1 × %2")
-            .arg(qRound(source.pixelSize.width))
-            .arg(qRound(source.pixelSize.height));
+        return sizeText(source);
     case AccessibleNameRole:
-        switch (source.kind) {
-        case CaptureSource::Kind::display:
-            return tr("Display %1, %2").arg(source.title, source.subtitle);
-        case CaptureSource::Kind::window:
-            return tr("Window %1 of %2").arg(source.title, source.subtitle);
-        case CaptureSource::Kind::app:
-            return tr("Application %1").arg(source.title);
-        }
-        return source.title;
+        return accessibleName(source);
     case SelectedRole:
         return source.id == m_app->selectedSourceID();
     }

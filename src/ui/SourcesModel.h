@@ -56,6 +56,10 @@ public:
 
     QCoro::Task<void> refreshNow();
 
+    // A card's name for screen readers, in the interface's words.
+    static QString accessibleName(const CaptureSource& source);
+    static QString sizeText(const CaptureSource& source);
+
 Q_SIGNALS:
     void filterModeChanged();
     void isLoadingChanged();

@@ -66,23 +66,37 @@ FocusScope {
                 id: filterRow
                 anchors.centerIn: parent
                 spacing: 2
+                // One stop for Tab, the shown kind; the arrow keys move between the kinds.
                 Repeater {
+                    id: filterTabs
                     model: [
                         { mode: "display", key: "source.filter.displays", text: "Displays" },
                         { mode: "window", key: "source.filter.windows", text: "Windows" },
                         { mode: "app", key: "source.filter.apps", text: "Applications" }
                     ]
                     ActionButton {
+                        id: filterTab
                         required property var modelData
+                        required property int index
+                        readonly property bool shown: sources.filterMode === modelData.mode
                         objectName: modelData.key
-                        kind: sources.filterMode === modelData.mode ? "primary" : "plain"
+                        kind: shown ? "primary" : "plain"
+                        focusPolicy: shown ? Qt.StrongFocus : Qt.ClickFocus
                         text: Strings.t(modelData.key, modelData.text)
                         hint: Strings.t(modelData.key + ".hint", "Show " + modelData.text.toLowerCase())
                         topPadding: Theme.spacingXS + 2
                         bottomPadding: Theme.spacingXS + 2
                         Accessible.role: Accessible.PageTab
-                        Accessible.checked: sources.filterMode === modelData.mode
+                        Accessible.checked: shown
                         onClicked: sources.filterMode = modelData.mode
+                        function step(by) {
+                            const next = filterTabs.itemAt((index + by + filterTabs.count) % filterTabs.count)
+                            // Focus first: a button keeps its place in the Tab order while it holds focus.
+                            next.forceActiveFocus(Qt.TabFocusReason)
+                            sources.filterMode = next.modelData.mode
+                        }
+                        Keys.onLeftPressed: step(-1)
+                        Keys.onRightPressed: step(1)
                     }
                 }
             }
@@ -99,6 +113,7 @@ FocusScope {
                 clip: true
                 model: sources
                 focus: true
+                activeFocusOnTab: true
                 cellWidth: Math.floor(width / Math.max(1, Math.floor(width / 300)))
                 cellHeight: Math.round(cellWidth * 9 / 16) + 64
                 keyNavigationEnabled: true
@@ -156,6 +171,7 @@ FocusScope {
                     color: Theme.textTertiary
                 }
                 Text {
+                    objectName: "source.empty." + sources.filterMode + ".title"
                     Layout.fillWidth: true
                     horizontalAlignment: Text.AlignHCenter
                     text: sources.filterMode === "display" ? Strings.t("source.empty.display.title", "No displays found")
@@ -168,6 +184,7 @@ FocusScope {
                     wrapMode: Text.Wrap
                 }
                 Text {
+                    objectName: "source.empty." + sources.filterMode + ".subtitle"
                     Layout.fillWidth: true
                     horizontalAlignment: Text.AlignHCenter
                     text: sources.filterMode === "display" ? Strings.t("source.empty.display.subtitle", "Orvane Screen could not read any screen. Check that it may record the display, then refresh.")
