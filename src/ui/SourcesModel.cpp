@@ -133,6 +133,7 @@ QCoro::Task<void> SourcesModel::refreshNow() {
     chooseDefault();
     m_isLoading = false;
     Q_EMIT isLoadingChanged();
+    Q_EMIT picturesForgotten();
 }
 
 void SourcesModel::select(const QString& id) {

@@ -65,6 +65,9 @@ Q_SIGNALS:
     void isLoadingChanged();
     void countChanged();
     void selectionChanged();
+    // A refresh ended: the cards' pictures were forgotten and each card asks for its new one. Cards made
+    // by the refresh asked already; this reaches those that stayed because the sources did not change.
+    void picturesForgotten();
 
 private:
     void rebuild();

@@ -237,10 +237,26 @@ TEST_F(SourcePickerViewTest, ShowsEachWindowWithItsOwnPictureAndTheKeyboardChoos
     ui.key(Qt::Key_Return);
     EXPECT_EQ(ui.app->selectedSourceID(), order[0]);
 
-    // A click chooses too, and the choice outlives a refresh while its window is there.
+    // A click chooses too, and the choice outlives a refresh while its window is there. The refresh takes
+    // the pictures again although the windows are the same: the card shows what the window shows now.
     ui.click(card(ui, order[1]));
     EXPECT_EQ(ui.app->selectedSourceID(), order[1]);
+    DemoWindow* repainted = order[1] == expectedIDs[0] ? slides : notes;
+    const QColor now(0x60, 0xD0, 0x50);
+    repainted->fill(now.rgb() & 0xFFFFFF);
     ui.click(ui.find(QStringLiteral("source.refresh")));
+    QColor centre;
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            QQuickItem* picture = thumbnail(ui, order[1]);
+            if (!picture)
+                return false;
+            centre = ui.grab().pixelColor(
+                picture->mapToScene(QPointF(picture->width() / 2, picture->height() / 2)).toPoint());
+            return colourDistance(centre, now) <= 6;
+        },
+        10s))
+        << "shows " << centre.name().toStdString();
     ASSERT_TRUE(waitUntil([&] { return ui.find(QStringLiteral("source.refresh"))->isEnabled(); }, 10s));
     EXPECT_EQ(ui.app->selectedSourceID(), order[1]);
 }

@@ -132,6 +132,10 @@ FocusScope {
                     height: GridView.view.cellHeight
                     current: GridView.isCurrentItem && grid.activeFocus
                     Component.onCompleted: sources.fetchThumbnail(delegateCard.index)
+                    Connections {
+                        target: sources
+                        function onPicturesForgotten() { sources.fetchThumbnail(delegateCard.index) }
+                    }
                     onChosen: {
                         grid.currentIndex = delegateCard.index
                         grid.forceActiveFocus()
