@@ -17,15 +17,41 @@ RecentProjectsModel::RecentProjectsModel(RecentProjectsStore& store, AppViewMode
     : QAbstractListModel(parent)
     , m_store(store)
     , m_app(app) {
-    connect(&store, &RecentProjectsStore::projectsChanged, this, [this] {
-        beginResetModel();
-        endResetModel();
-        Q_EMIT countChanged();
+    m_shown = shownIDs();
+    connect(&store, &RecentProjectsStore::projectsChanged, this, &RecentProjectsModel::storeChanged);
+    m_clock.setInterval(std::chrono::minutes(1));
+    connect(&m_clock, &QTimer::timeout, this, [this] {
+        if (rowCount() > 0)
+            Q_EMIT dataChanged(index(0), index(rowCount() - 1), {LastOpenedRole});
     });
+    m_clock.start();
+}
+
+std::vector<QUuid> RecentProjectsModel::shownIDs() const {
+    std::vector<QUuid> ids;
+    for (const RecentProject& entry : m_store.projects()) {
+        if (int(ids.size()) == shownItems)
+            break;
+        ids.push_back(entry.projectID);
+    }
+    return ids;
+}
+
+void RecentProjectsModel::storeChanged() {
+    std::vector<QUuid> ids = shownIDs();
+    if (ids == m_shown) {
+        if (!ids.empty())
+            Q_EMIT dataChanged(index(0), index(int(ids.size()) - 1));
+        return;
+    }
+    beginResetModel();
+    m_shown = std::move(ids);
+    endResetModel();
+    Q_EMIT countChanged();
 }
 
 int RecentProjectsModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : std::min(int(m_store.projects().size()), shownItems);
+    return parent.isValid() ? 0 : int(m_shown.size());
 }
 
 QHash<int, QByteArray> RecentProjectsModel::roleNames() const {

@@ -4,6 +4,8 @@
 
 #include <QAbstractListModel>
 #include <QDateTime>
+#include <QTimer>
+#include <QUuid>
 #include <QtQml/qqmlregistration.h>
 
 namespace orvane {
@@ -12,7 +14,9 @@ class AppViewModel;
 
 // The welcome screen's recent projects: the newest eight of the store, each with its card's thumbnail
 // (a file URL that changes when a new picture is made, so the card reloads it), the time since it was
-// last opened in words, and its length.
+// last opened in words, and its length. A change that keeps the same projects in the same order (a
+// thumbnail arriving) updates the cards in place, so the keyboard's focus stays where it was; the times
+// are told again every minute.
 class RecentProjectsModel : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
@@ -43,8 +47,13 @@ Q_SIGNALS:
     void countChanged();
 
 private:
+    void storeChanged();
+    std::vector<QUuid> shownIDs() const;
+
     RecentProjectsStore& m_store;
     AppViewModel* m_app = nullptr;
+    std::vector<QUuid> m_shown;
+    QTimer m_clock;
 };
 
 } // namespace orvane

@@ -8,8 +8,8 @@ Rectangle {
     objectName: "welcome.permissions"
     implicitHeight: row.implicitHeight + 2 * Theme.spacingM
     radius: Theme.radiusMedium
-    color: Qt.rgba(1.0, 0.71, 0.28, 0.10)
-    border.color: Qt.rgba(1.0, 0.71, 0.28, 0.45)
+    color: Qt.rgba(Theme.warning.r, Theme.warning.g, Theme.warning.b, 0.10)
+    border.color: Qt.rgba(Theme.warning.r, Theme.warning.g, Theme.warning.b, 0.45)
     Accessible.role: Accessible.AlertMessage
     Accessible.name: title.text
 

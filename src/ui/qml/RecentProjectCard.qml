@@ -25,6 +25,7 @@ Button {
     contentItem: ColumnLayout {
         spacing: Theme.spacingS
         Rectangle {
+            objectName: "welcome.recent.frame"
             Layout.fillWidth: true
             Layout.preferredHeight: width * 9 / 16
             radius: Theme.radiusMedium
@@ -56,7 +57,7 @@ Button {
                 width: durationLabel.implicitWidth + Theme.spacingM
                 height: durationLabel.implicitHeight + Theme.spacingXS
                 radius: Theme.radiusSmall
-                color: "#B3000000"
+                color: Theme.scrim
                 Text {
                     id: durationLabel
                     anchors.centerIn: parent

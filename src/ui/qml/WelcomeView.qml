@@ -190,20 +190,53 @@ FocusScope {
             Rectangle {
                 objectName: "welcome.recent.empty"
                 Layout.fillWidth: true
-                Layout.preferredHeight: 120
+                Layout.preferredHeight: emptyColumn.implicitHeight + 2 * Theme.spacingXL
                 visible: recents.count === 0
                 radius: Theme.radiusLarge
-                color: "transparent"
+                color: Theme.surface
                 border.color: Theme.border
-                Text {
+                Accessible.role: Accessible.StaticText
+                Accessible.name: emptyTitle.text
+                Accessible.description: emptyMessage.text
+                ColumnLayout {
+                    id: emptyColumn
                     anchors.centerIn: parent
                     width: parent.width - 2 * Theme.spacingXL
-                    horizontalAlignment: Text.AlignHCenter
-                    wrapMode: Text.Wrap
-                    text: Strings.t("welcome.recent.empty", "Projects you open or record appear here.")
-                    color: Theme.textTertiary
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.fontBody
+                    spacing: Theme.spacingS
+                    Rectangle {
+                        Layout.alignment: Qt.AlignHCenter
+                        Layout.preferredWidth: 44
+                        Layout.preferredHeight: 44
+                        Layout.bottomMargin: Theme.spacingXS
+                        radius: 22
+                        color: Theme.surfaceRaised
+                        Icon {
+                            anchors.centerIn: parent
+                            name: "video.fill"
+                            size: 20
+                            color: Theme.textTertiary
+                        }
+                    }
+                    Text {
+                        id: emptyTitle
+                        Layout.fillWidth: true
+                        horizontalAlignment: Text.AlignHCenter
+                        text: Strings.t("welcome.recent.empty.title", "No recent projects")
+                        color: Theme.textSecondary
+                        font.family: Theme.fontFamily
+                        font.pixelSize: Theme.fontBody
+                        font.weight: Font.DemiBold
+                    }
+                    Text {
+                        id: emptyMessage
+                        Layout.fillWidth: true
+                        horizontalAlignment: Text.AlignHCenter
+                        wrapMode: Text.Wrap
+                        text: Strings.t("welcome.recent.empty", "Projects you record or open appear here.")
+                        color: Theme.textTertiary
+                        font.family: Theme.fontFamily
+                        font.pixelSize: Theme.fontCaption
+                    }
                 }
             }
         }
