@@ -98,7 +98,9 @@ FocusScope {
                     objectName: "onboarding.page.0"
                     spacing: Theme.spacingL
                     RowLayout {
+                        Layout.fillWidth: true
                         Layout.fillHeight: false
+                        Layout.preferredHeight: 56
                         spacing: Theme.spacingL
                         Rectangle {
                             Layout.preferredWidth: 56
@@ -115,8 +117,12 @@ FocusScope {
                                 Rectangle { anchors.centerIn: parent; width: 10; height: 10; radius: 5; color: Theme.record }
                             }
                         }
+                        // One line beside the mark: a title that wraps would make the row's height
+                        // depend on a width the row has not given it yet.
                         OnboardingTitle {
                             Layout.fillWidth: true
+                            wrapMode: Text.NoWrap
+                            elide: Text.ElideRight
                             text: Strings.t("onboarding.welcome.title", "Welcome to Orvane Screen")
                         }
                     }
