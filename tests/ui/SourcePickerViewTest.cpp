@@ -245,6 +245,8 @@ TEST_F(SourcePickerViewTest, ShowsEachWindowWithItsOwnPictureAndTheKeyboardChoos
     const QColor now(0x60, 0xD0, 0x50);
     repainted->fill(now.rgb() & 0xFFFFFF);
     ui.click(ui.find(QStringLiteral("source.refresh")));
+    // The cards stay while it looks again.
+    EXPECT_EQ(cardIDs(ui).size(), 2);
     QColor centre;
     EXPECT_TRUE(waitUntil(
         [&] {

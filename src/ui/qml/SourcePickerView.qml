@@ -45,6 +45,27 @@ FocusScope {
                 Accessible.role: Accessible.Heading
                 Accessible.name: text
             }
+            // A refresh over cards already shown keeps them and says so here.
+            Row {
+                objectName: "source.loading"
+                visible: sources.isLoading && sources.count > 0
+                spacing: Theme.spacingS
+                BusyIndicator {
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: 20
+                    height: 20
+                    padding: 0
+                    palette.dark: Theme.textSecondary
+                    running: parent.visible
+                }
+                Text {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: Strings.t("source.loading", "Looking for things to record…")
+                    color: Theme.textSecondary
+                    font.family: Theme.fontFamily
+                    font.pixelSize: Theme.fontBody
+                }
+            }
             ActionButton {
                 objectName: "source.refresh"
                 iconName: "arrow.clockwise"
@@ -109,7 +130,11 @@ FocusScope {
             GridView {
                 id: grid
                 objectName: "source.grid"
+                // Each card keeps a gutter inside its cell; the grid reaches into the page's margins by as
+                // much, so the cards line up with the header and the bar below.
                 anchors.fill: parent
+                anchors.leftMargin: -Theme.spacingS
+                anchors.rightMargin: -Theme.spacingS
                 clip: true
                 model: sources
                 focus: true
@@ -150,6 +175,7 @@ FocusScope {
                 spacing: Theme.spacingM
                 BusyIndicator {
                     Layout.alignment: Qt.AlignHCenter
+                    palette.dark: Theme.textSecondary
                     running: parent.visible
                 }
                 Text {
@@ -168,11 +194,20 @@ FocusScope {
                 width: Math.min(parent.width, 460)
                 visible: !sources.isLoading && sources.count === 0
                 spacing: Theme.spacingS
-                Icon {
+                Rectangle {
                     Layout.alignment: Qt.AlignHCenter
-                    name: sources.filterMode === "display" ? "display" : sources.filterMode === "window" ? "macwindow" : "app"
-                    size: 40
-                    color: Theme.textTertiary
+                    Layout.bottomMargin: Theme.spacingS
+                    width: 72
+                    height: 72
+                    radius: 36
+                    color: Theme.surfaceRaised
+                    border.color: Theme.border
+                    Icon {
+                        anchors.centerIn: parent
+                        name: sources.filterMode === "display" ? "display" : sources.filterMode === "window" ? "macwindow" : "app"
+                        size: 32
+                        color: Theme.textSecondary
+                    }
                 }
                 Text {
                     objectName: "source.empty." + sources.filterMode + ".title"
