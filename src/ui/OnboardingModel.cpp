@@ -85,7 +85,9 @@ void OnboardingModel::request(Device device) {
         return;
     requesting = true;
     Q_EMIT statusChanged();
-    // A sound server that doesn't answer takes seconds; the page may be gone by then.
+    // A sound server that doesn't answer takes seconds; the page may be gone by then. The row keeps
+    // saying "checking" until the application has read the permissions again, so it never flashes
+    // back to the answer it had before.
     [](QPointer<OnboardingModel> self, Device device) -> QCoro::Task<void> {
         PermissionsManager& manager = PermissionsManager::shared();
         if (device == Device::microphone)
@@ -94,10 +96,12 @@ void OnboardingModel::request(Device device) {
             co_await manager.requestCamera();
         if (!self)
             co_return;
+        if (self->m_app)
+            co_await self->m_app->appState().refreshPermissions();
+        if (!self)
+            co_return;
         (device == Device::microphone ? self->m_requestingMicrophone : self->m_requestingCamera) = false;
         Q_EMIT self->statusChanged();
-        if (self->m_app)
-            self->m_app->refreshPermissions();
     }(QPointer<OnboardingModel>(this), device);
 }
 

@@ -50,7 +50,7 @@ public:
     // where nothing can be recorded).
     Q_INVOKABLE void recordSample();
     // Ask whether the microphone or a camera can be used, then read every permission again so the
-    // whole window sees the answer.
+    // whole application sees the answer.
     Q_INVOKABLE void requestMicrophone();
     Q_INVOKABLE void requestCamera();
 

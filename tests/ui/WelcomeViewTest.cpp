@@ -3,6 +3,7 @@
 #include "ui/RecentProjectsModel.h"
 
 #include <QDir>
+#include <QPointer>
 #include <QProcess>
 #include <QSet>
 #include <QThreadPool>
@@ -133,7 +134,8 @@ TEST_F(WelcomeViewTest, CardsShowTheirThumbnailsWhenTheyArriveAndOpenTheirProjec
     ASSERT_TRUE(ui.load());
     ui.app->setScreen(AppScreen::welcome);
 
-    QQuickItem* newest = ui.waitFor(QStringLiteral("welcome.recent.card.0"));
+    // Watched rather than held: a card made again would leave a dangling pointer here.
+    QPointer<QQuickItem> newest = ui.waitFor(QStringLiteral("welcome.recent.card.0"));
     ASSERT_NE(newest, nullptr);
     EXPECT_EQ(newest->property("name").toString(), QStringLiteral("Onboarding Walkthrough"));
     EXPECT_EQ(newest->property("lastOpenedText").toString(), QStringLiteral("Just now"));
@@ -143,10 +145,14 @@ TEST_F(WelcomeViewTest, CardsShowTheirThumbnailsWhenTheyArriveAndOpenTheirProjec
     EXPECT_EQ(oldest->property("name").toString(), QStringLiteral("Product Tour"));
 
     // Without a picture each card shows the symbol on a flat tile.
-    const auto frames = itemsNamed(newest, QStringLiteral("welcome.recent.frame"));
-    ASSERT_EQ(frames.size(), 1);
-    QQuickItem* frame = frames.front();
-    const int symbolColours = coloursIn(ui, frame);
+    const auto frameOfNewest = [&]() -> QQuickItem* {
+        QQuickItem* card = ui.find(QStringLiteral("welcome.recent.card.0"));
+        const auto frames =
+            card ? itemsNamed(card, QStringLiteral("welcome.recent.frame")) : QList<QQuickItem*>();
+        return frames.size() == 1 ? frames.front() : nullptr;
+    };
+    ASSERT_NE(frameOfNewest(), nullptr);
+    const int symbolColours = coloursIn(ui, frameOfNewest());
     newest->forceActiveFocus(Qt::TabFocusReason);
 
     release->store(true);
@@ -171,10 +177,14 @@ TEST_F(WelcomeViewTest, CardsShowTheirThumbnailsWhenTheyArriveAndOpenTheirProjec
                           std::to_string(picture->property("status").toInt()) + "; ";
                return why;
            }();
-    ASSERT_TRUE(waitUntil([&] { return coloursIn(ui, frame) > std::max(400, 4 * symbolColours); }))
-        << "the symbol alone showed " << symbolColours << " colours, the picture " << coloursIn(ui, frame);
+    ASSERT_TRUE(waitUntil([&] {
+        QQuickItem* frame = frameOfNewest();
+        return frame && coloursIn(ui, frame) > std::max(400, 4 * symbolColours);
+    })) << "the symbol alone showed "
+        << symbolColours << " colours";
     // The pictures came in place: the same card, still holding the keyboard.
-    EXPECT_EQ(ui.find(QStringLiteral("welcome.recent.card.0")), newest);
+    ASSERT_FALSE(newest.isNull());
+    EXPECT_EQ(ui.find(QStringLiteral("welcome.recent.card.0")), newest.data());
     EXPECT_TRUE(newest->hasActiveFocus());
     shoot(ui, "recents");
 
