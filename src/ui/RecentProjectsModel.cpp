@@ -83,7 +83,8 @@ QVariant RecentProjectsModel::data(const QModelIndex& index, int role) const {
     case LastOpenedRole:
         return timeSince(entry.lastOpened, QDateTime::currentDateTimeUtc());
     case DurationRole:
-        return durationText(entry.durationSeconds);
+        // A project with nothing in it has no length to tell.
+        return entry.durationSeconds > 0 ? durationText(entry.durationSeconds) : QString();
     }
     return {};
 }

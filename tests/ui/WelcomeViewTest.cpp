@@ -194,27 +194,42 @@ TEST_F(WelcomeViewTest, CardsShowTheirThumbnailsWhenTheyArriveAndOpenTheirProjec
     EXPECT_EQ(ui.recents->projects().front().name, QStringLiteral("Product Tour")) << "now the newest";
 }
 
-TEST_F(WelcomeViewTest, ProjectsGoneFromDiskLeaveAsTheScreenAppearsAndClearEmptiesTheList) {
+TEST_F(WelcomeViewTest, TheGridShowsEightAndDropsProjectsGoneFromDiskAsItAppearsAndClearEmptiesIt) {
     UiHarness ui;
-    const QString kept = makeProject(ui, QStringLiteral("Kept"));
-    const QString gone = makeProject(ui, QStringLiteral("Gone"));
-    makeProject(ui, QStringLiteral("Also Kept"));
-    ASSERT_EQ(ui.recents->projects().size(), 3u);
+    QStringList folders;
+    for (int i = 1; i <= 9; ++i)
+        folders.append(makeProject(ui, QStringLiteral("Project %1").arg(i)));
+    ASSERT_EQ(ui.recents->projects().size(), 9u);
     ASSERT_TRUE(ui.load());
+    ui.window()->resize(1200, 760);
     ui.app->setScreen(AppScreen::welcome);
-    ASSERT_NE(ui.waitFor(QStringLiteral("welcome.recent.card.2")), nullptr);
-
-    // Deleted while another screen shows; coming back drops it.
-    ui.app->setScreen(AppScreen::sourcePicker);
-    ASSERT_TRUE(QDir(gone).removeRecursively());
-    ui.app->setScreen(AppScreen::welcome);
-    ASSERT_TRUE(waitUntil([&] { return ui.recents->projects().size() == 2; }));
-    ASSERT_NE(ui.waitFor(QStringLiteral("welcome.recent.card.1")), nullptr);
-    EXPECT_EQ(ui.find(QStringLiteral("welcome.recent.card.2")), nullptr);
+    ASSERT_NE(ui.waitFor(QStringLiteral("welcome.recent.card.7")), nullptr);
+    EXPECT_EQ(ui.find(QStringLiteral("welcome.recent.card.8"), true), nullptr) << "eight at most";
     EXPECT_EQ(ui.find(QStringLiteral("welcome.recent.card.0"))->property("name").toString(),
-              QStringLiteral("Also Kept"));
-    EXPECT_EQ(ui.find(QStringLiteral("welcome.recent.card.1"))->property("path").toString(),
-              QDir(kept).absolutePath());
+              QStringLiteral("Project 9"));
+    EXPECT_EQ(ui.find(QStringLiteral("welcome.recent.card.0"))->property("durationText").toString(),
+              QString())
+        << "an empty project tells no length";
+
+    // Tabbing down to the last card brings it into view in the smallest window.
+    QQuickItem* last = ui.find(QStringLiteral("welcome.recent.card.7"));
+    last->forceActiveFocus(Qt::TabFocusReason);
+    ASSERT_TRUE(waitUntil([&] {
+        const QPointF bottom = last->mapToScene({0, last->height()});
+        return bottom.y() <= ui.window()->height();
+    })) << "the card ends below the window";
+    shoot(ui, "eight");
+
+    // Deleted while another screen shows; coming back drops it, and the ninth moves up into view.
+    ui.app->setScreen(AppScreen::sourcePicker);
+    ASSERT_TRUE(QDir(folders[8]).removeRecursively());
+    ui.app->setScreen(AppScreen::welcome);
+    ASSERT_TRUE(waitUntil([&] { return ui.recents->projects().size() == 8; }));
+    ASSERT_NE(ui.waitFor(QStringLiteral("welcome.recent.card.7")), nullptr);
+    EXPECT_EQ(ui.find(QStringLiteral("welcome.recent.card.0"))->property("name").toString(),
+              QStringLiteral("Project 8"));
+    EXPECT_EQ(ui.find(QStringLiteral("welcome.recent.card.7"))->property("path").toString(),
+              QDir(folders[0]).absolutePath());
     EXPECT_EQ(ui.find(QStringLiteral("welcome.recent.empty")), nullptr);
 
     ui.click(ui.waitFor(QStringLiteral("welcome.recent.clear")));
@@ -223,7 +238,7 @@ TEST_F(WelcomeViewTest, ProjectsGoneFromDiskLeaveAsTheScreenAppearsAndClearEmpti
     EXPECT_EQ(ui.find(QStringLiteral("welcome.recent.card.0")), nullptr);
     EXPECT_EQ(ui.find(QStringLiteral("welcome.recent.clear")), nullptr) << "nothing left to clear";
     // The projects themselves stay on disk.
-    EXPECT_TRUE(QDir(kept).exists());
+    EXPECT_TRUE(QDir(folders[0]).exists());
     shoot(ui, "empty");
 }
 

@@ -54,6 +54,7 @@ Button {
                 anchors.right: parent.right
                 anchors.bottom: parent.bottom
                 anchors.margins: Theme.spacingS
+                visible: card.durationText.length > 0
                 width: durationLabel.implicitWidth + Theme.spacingM
                 height: durationLabel.implicitHeight + Theme.spacingXS
                 radius: Theme.radiusSmall

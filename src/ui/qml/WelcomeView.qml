@@ -18,7 +18,18 @@ FocusScope {
         newRecording.forceActiveFocus()
     }
 
+    // Keeps the item the keyboard reached inside the visible part of the page.
+    function reveal(item) {
+        const top = item.mapToItem(page.contentItem, 0, 0).y - Theme.spacingXL
+        const bottom = top + item.height + 2 * Theme.spacingXL
+        if (top < page.contentY)
+            page.contentY = Math.max(0, top)
+        else if (bottom > page.contentY + page.height)
+            page.contentY = Math.min(Math.max(0, page.contentHeight - page.height), bottom - page.height)
+    }
+
     Flickable {
+        id: page
         anchors.fill: parent
         contentHeight: column.implicitHeight + 2 * Theme.spacingXXL
         boundsBehavior: Flickable.StopAtBounds
@@ -111,6 +122,7 @@ FocusScope {
                     text: Strings.t("welcome.openProject", "Open Project")
                     hint: Strings.t("welcome.openProject.hint", "Open a project folder from your disk")
                     onClicked: App.openProject()
+                    KeyNavigation.left: newRecording
                     KeyNavigation.right: live
                 }
                 WelcomeAction {
@@ -124,6 +136,7 @@ FocusScope {
                     text: Strings.t("welcome.live", "Live Mode")
                     hint: Strings.t("welcome.live.hint", "Connect to OBS to drive your livestream from Orvane Screen.")
                     onClicked: App.showLive()
+                    KeyNavigation.left: openProject
                     KeyNavigation.right: sample
                 }
                 WelcomeAction {
@@ -137,6 +150,7 @@ FocusScope {
                     text: Strings.t("welcome.openSample", "Open Sample Project")
                     hint: Strings.t("welcome.openSample.hint", "Open the bundled welcome project to explore the editor")
                     onClicked: App.openSampleProject()
+                    KeyNavigation.left: live
                 }
             }
 
@@ -178,6 +192,7 @@ FocusScope {
                         Layout.preferredWidth: 1
                         Layout.alignment: Qt.AlignTop
                         onClicked: recents.open(index)
+                        onActiveFocusChanged: if (activeFocus) welcome.reveal(this)
                     }
                 }
                 // Keep four columns when fewer projects are listed.
