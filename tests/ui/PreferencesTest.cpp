@@ -99,6 +99,10 @@ TEST_F(PreferencesTest, TabsAndSwitchesAnswerTheKeyboardAlone) {
     ui.key(Qt::Key_Comma, Qt::ControlModifier);
     QQuickWindow* prefs = nullptr;
     ASSERT_TRUE(waitUntil([&] { return (prefs = preferencesWindow()) != nullptr; }));
+    // Without a window manager the X server's focus events for the two windows can land late and out of
+    // order: let them settle, then give the keyboard to the preferences as a click on it would.
+    QTest::qWait(200);
+    prefs->requestActivate();
     ASSERT_TRUE(QTest::qWaitForWindowActive(prefs));
     QQuickItem* tabs = ui.findIn(prefs, QStringLiteral("prefs.tabs"));
     ASSERT_NE(tabs, nullptr);
