@@ -15,20 +15,6 @@ namespace {
 
 AppViewModel* currentInstance = nullptr;
 
-QString statusName(PermissionsState::Status status) {
-    switch (status) {
-    case PermissionsState::Status::granted:
-        return QStringLiteral("granted");
-    case PermissionsState::Status::denied:
-        return QStringLiteral("denied");
-    case PermissionsState::Status::notDetermined:
-        return QStringLiteral("notDetermined");
-    case PermissionsState::Status::unknown:
-        break;
-    }
-    return QStringLiteral("unknown");
-}
-
 QString localPath(const QString& pathOrUrl) {
     const QUrl url(pathOrUrl);
     return url.isLocalFile() ? url.toLocalFile() : pathOrUrl;
@@ -84,6 +70,20 @@ AppViewModel* AppViewModel::create(QQmlEngine*, QJSEngine*) {
     Q_ASSERT(currentInstance);
     QJSEngine::setObjectOwnership(currentInstance, QJSEngine::CppOwnership);
     return currentInstance;
+}
+
+QString AppViewModel::statusName(PermissionsState::Status status) {
+    switch (status) {
+    case PermissionsState::Status::granted:
+        return QStringLiteral("granted");
+    case PermissionsState::Status::denied:
+        return QStringLiteral("denied");
+    case PermissionsState::Status::notDetermined:
+        return QStringLiteral("notDetermined");
+    case PermissionsState::Status::unknown:
+        break;
+    }
+    return QStringLiteral("unknown");
 }
 
 AppViewModel* AppViewModel::current() {

@@ -90,6 +90,8 @@ public:
     static AppViewModel* create(QQmlEngine*, QJSEngine*);
     // The same instance for C++ view models that QML makes (they find AppState and its stores here).
     static AppViewModel* current();
+    // "granted", "denied", "notDetermined" or "unknown": a permission as the views compare it.
+    static QString statusName(PermissionsState::Status status);
 
     AppState& appState() { return m_app; }
     RecentProjectsStore& recents() { return m_recents; }

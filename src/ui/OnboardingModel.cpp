@@ -31,19 +31,10 @@ const PermissionsState& OnboardingModel::permissions() const {
 }
 
 QString OnboardingModel::statusText(PermissionsState::Status status, bool requesting) {
-    if (requesting)
+    // Not read yet reads as being read.
+    if (requesting || status == PermissionsState::Status::unknown)
         return QStringLiteral("checking");
-    switch (status) {
-    case PermissionsState::Status::granted:
-        return QStringLiteral("granted");
-    case PermissionsState::Status::denied:
-        return QStringLiteral("denied");
-    case PermissionsState::Status::notDetermined:
-        return QStringLiteral("notDetermined");
-    case PermissionsState::Status::unknown:
-        break;
-    }
-    return QStringLiteral("checking");
+    return AppViewModel::statusName(status);
 }
 
 QString OnboardingModel::screenStatus() const {
