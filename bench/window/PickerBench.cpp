@@ -17,6 +17,7 @@
 #include "support/UserDefaults.h"
 #include "ui/DesktopApplication.h"
 #include "ui/GraphicsBackend.h"
+#include "ui/ItemTree.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
@@ -31,40 +32,12 @@
 #include <QTest>
 
 #include <cstdio>
-#include <deque>
 
 Q_IMPORT_QML_PLUGIN(Orvane_UiPlugin)
 
 namespace {
 
 using namespace orvane;
-
-std::vector<QQuickItem*> itemsOfClass(QQuickItem* root, const char* className) {
-    std::vector<QQuickItem*> found;
-    std::deque<QQuickItem*> queue{root};
-    while (!queue.empty()) {
-        QQuickItem* item = queue.front();
-        queue.pop_front();
-        if (qstrcmp(item->metaObject()->className(), className) == 0 && item->isVisible())
-            found.push_back(item);
-        for (QQuickItem* child : item->childItems())
-            queue.push_back(child);
-    }
-    return found;
-}
-
-QQuickItem* itemNamed(QQuickItem* root, const QString& name) {
-    std::deque<QQuickItem*> queue{root};
-    while (!queue.empty()) {
-        QQuickItem* item = queue.front();
-        queue.pop_front();
-        if (item->objectName() == name && item->isVisible())
-            return item;
-        for (QQuickItem* child : item->childItems())
-            queue.push_back(child);
-    }
-    return nullptr;
-}
 
 // Records the time of every frame the window shows and the longest gap between two of them. The window
 // keeps drawing on its own because of the spinning item, as it would with any animation on screen.
@@ -144,7 +117,8 @@ Loading measureLoading(QQuickWindow* window, FrameGapMeter& meter, Begin begin) 
     (void)QTest::qWaitFor(
         [&] {
             if (framesAtAllLanded < 0) {
-                const auto pictures = itemsOfClass(window->contentItem(), "orvane::SourceThumbnailItem");
+                const auto pictures =
+                    findVisibleItemsOfClass(window->contentItem(), "orvane::SourceThumbnailItem");
                 result.cards = int(pictures.size());
                 result.shown = 0;
                 for (QQuickItem* picture : pictures)
@@ -239,12 +213,12 @@ int main(int argc, char** argv) {
     const Loading opening = measureLoading(window, meter, [&] {
         desktop.viewModel().newRecording();
         (void)QTest::qWaitFor([&] {
-            return itemNamed(window->contentItem(), QStringLiteral("source.filter.windows")) != nullptr;
+            return findVisibleItem(window->contentItem(), QStringLiteral("source.filter.windows")) != nullptr;
         });
-        click(window, itemNamed(window->contentItem(), QStringLiteral("source.filter.windows")));
+        click(window, findVisibleItem(window->contentItem(), QStringLiteral("source.filter.windows")));
     });
     // Refresh on the windows filter: the cards stay while the new pictures come.
-    QQuickItem* refresh = itemNamed(window->contentItem(), QStringLiteral("source.refresh"));
+    QQuickItem* refresh = findVisibleItem(window->contentItem(), QStringLiteral("source.refresh"));
     (void)QTest::qWaitFor([&] { return refresh->isEnabled(); });
     QTest::qWait(200);
     const Loading refreshing = measureLoading(window, meter, [&] {
@@ -253,7 +227,8 @@ int main(int argc, char** argv) {
         // windows again and each card to have its new picture in the cache.
         (void)QTest::qWaitFor([&] { return refresh->isEnabled(); });
         (void)QTest::qWaitFor([&] {
-            for (QQuickItem* picture : itemsOfClass(window->contentItem(), "orvane::SourceThumbnailItem"))
+            for (QQuickItem* picture :
+                 findVisibleItemsOfClass(window->contentItem(), "orvane::SourceThumbnailItem"))
                 if (!SourceThumbnailCache::shared().thumbnail(picture->property("sourceID").toString()))
                     return false;
             return true;

@@ -59,6 +59,7 @@ public:
 
     // ---- state --------------------------------------------------------------------------------------
     UndoManager& undoManager() { return m_undoManager; }
+    const UndoManager& undoManager() const { return m_undoManager; }
     int undoStackVersion() const { return m_undoStackVersion; }
     const std::shared_ptr<ProjectBundle>& currentBundle() const { return m_currentBundle; }
     const PermissionsState& permissions() const { return m_permissions; }

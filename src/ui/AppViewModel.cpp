@@ -203,11 +203,11 @@ void AppViewModel::dismissError() {
 }
 
 bool AppViewModel::canUndo() const {
-    return const_cast<AppState&>(m_app).undoManager().canUndo();
+    return m_app.undoManager().canUndo();
 }
 
 bool AppViewModel::canRedo() const {
-    return const_cast<AppState&>(m_app).undoManager().canRedo();
+    return m_app.undoManager().canRedo();
 }
 
 void AppViewModel::watchBundle() {

@@ -1,4 +1,5 @@
 #include "UiTestSupport.h"
+#include "ui/ItemTree.h"
 #include "ui/ShortcutCatalog.h"
 
 #include <QRectF>
@@ -14,14 +15,8 @@ QRectF sceneRect(const QQuickItem* item) {
 
 // Every visible item under `root` with that name, as a user would see them.
 QList<QQuickItem*> visibleNamed(QQuickItem* root, const QString& objectName) {
-    QList<QQuickItem*> found;
-    if (!root->isVisible())
-        return found;
-    if (root->objectName() == objectName)
-        found << root;
-    for (QQuickItem* child : root->childItems())
-        found << visibleNamed(child, objectName);
-    return found;
+    return findItems(
+        root, [&](const QQuickItem& item) { return item.isVisible() && item.objectName() == objectName; });
 }
 
 class ShortcutsSheetTest : public UiTest {

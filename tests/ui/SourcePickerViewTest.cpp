@@ -1,10 +1,9 @@
 #include "UiTestSupport.h"
 #include "capture/SourceThumbnailCache.h"
 #include "capture/x11/DemoWindow.h"
+#include "ui/ItemTree.h"
 
 #include <QColor>
-
-#include <deque>
 
 namespace orvane::test {
 namespace {
@@ -17,19 +16,6 @@ const QColor placeholderColour(0x0F, 0x11, 0x15);
 int colourDistance(const QColor& a, const QColor& b) {
     return std::max(
         {std::abs(a.red() - b.red()), std::abs(a.green() - b.green()), std::abs(a.blue() - b.blue())});
-}
-
-QQuickItem* descendantOfClass(QQuickItem* root, const char* className) {
-    std::deque<QQuickItem*> queue{root};
-    while (!queue.empty()) {
-        QQuickItem* item = queue.front();
-        queue.pop_front();
-        if (qstrcmp(item->metaObject()->className(), className) == 0)
-            return item;
-        for (QQuickItem* child : item->childItems())
-            queue.push_back(child);
-    }
-    return nullptr;
 }
 
 // Where a thumbnail item draws a picture of `pictureSize`: fitted inside it and centred, in window pixels.
@@ -114,7 +100,12 @@ protected:
     }
     static QQuickItem* thumbnail(UiHarness& ui, const QString& id) {
         QQuickItem* found = card(ui, id);
-        return found ? descendantOfClass(found, "orvane::SourceThumbnailItem") : nullptr;
+        return found ? findItem(found,
+                                [](const QQuickItem& item) {
+                                    return qstrcmp(item.metaObject()->className(),
+                                                   "orvane::SourceThumbnailItem") == 0;
+                                })
+                     : nullptr;
     }
 
     std::vector<std::unique_ptr<DemoWindow>> m_windows;

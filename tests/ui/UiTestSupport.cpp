@@ -1,11 +1,11 @@
 #include "UiTestSupport.h"
 
+#include "ui/ItemTree.h"
+
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
-
-#include <deque>
 
 namespace orvane::test {
 
@@ -52,16 +52,9 @@ bool UiHarness::load() {
 QQuickItem* UiHarness::findIn(QQuickWindow* target, const QString& objectName, bool anyVisibility) const {
     if (!target)
         return nullptr;
-    std::deque<QQuickItem*> queue{target->contentItem()};
-    while (!queue.empty()) {
-        QQuickItem* item = queue.front();
-        queue.pop_front();
-        if (item->objectName() == objectName && (anyVisibility || item->isVisible()))
-            return item;
-        for (QQuickItem* child : item->childItems())
-            queue.push_back(child);
-    }
-    return nullptr;
+    return findItem(target->contentItem(), [&](const QQuickItem& item) {
+        return item.objectName() == objectName && (anyVisibility || item.isVisible());
+    });
 }
 
 QQuickItem* UiHarness::find(const QString& objectName, bool anyVisibility) const {

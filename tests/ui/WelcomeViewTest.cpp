@@ -1,5 +1,6 @@
 #include "UiTestSupport.h"
 #include "direction/ThumbnailGenerator.h"
+#include "ui/ItemTree.h"
 #include "ui/RecentProjectsModel.h"
 
 #include <QDir>
@@ -37,16 +38,6 @@ int coloursIn(const UiHarness& ui, QQuickItem* item) {
         for (int x = pixels.left(); x <= pixels.right(); x += 2)
             colours.insert(image.pixel(x, y));
     return int(colours.size());
-}
-
-// Every item under `root`, itself included, named `name`.
-QList<QQuickItem*> itemsNamed(QQuickItem* root, const QString& name) {
-    QList<QQuickItem*> found;
-    if (root->objectName() == name)
-        found.append(root);
-    for (QQuickItem* child : root->childItems())
-        found.append(itemsNamed(child, name));
-    return found;
 }
 
 TEST(RecentProjectsModelText, TimeSinceInWholeUnitsAndDurations) {
@@ -148,7 +139,7 @@ TEST_F(WelcomeViewTest, CardsShowTheirThumbnailsWhenTheyArriveAndOpenTheirProjec
     const auto frameOfNewest = [&]() -> QQuickItem* {
         QQuickItem* card = ui.find(QStringLiteral("welcome.recent.card.0"));
         const auto frames =
-            card ? itemsNamed(card, QStringLiteral("welcome.recent.frame")) : QList<QQuickItem*>();
+            card ? findNamedItems(card, QStringLiteral("welcome.recent.frame")) : QList<QQuickItem*>();
         return frames.size() == 1 ? frames.front() : nullptr;
     };
     ASSERT_NE(frameOfNewest(), nullptr);
@@ -159,7 +150,7 @@ TEST_F(WelcomeViewTest, CardsShowTheirThumbnailsWhenTheyArriveAndOpenTheirProjec
     ASSERT_TRUE(waitUntil(
         [&] {
             const auto pictures =
-                itemsNamed(ui.window()->contentItem(), QStringLiteral("welcome.recent.thumbnail"));
+                findNamedItems(ui.window()->contentItem(), QStringLiteral("welcome.recent.thumbnail"));
             int ready = 0;
             for (QQuickItem* picture : pictures)
                 ready += picture->property("status").toInt() == 1; // Image.Ready
@@ -172,7 +163,7 @@ TEST_F(WelcomeViewTest, CardsShowTheirThumbnailsWhenTheyArriveAndOpenTheirProjec
                    why += entry.name.toStdString() + ": " +
                           (ui.recents->thumbnailPath(entry) ? "made" : "none") + "; ";
                for (QQuickItem* picture :
-                    itemsNamed(ui.window()->contentItem(), QStringLiteral("welcome.recent.thumbnail")))
+                    findNamedItems(ui.window()->contentItem(), QStringLiteral("welcome.recent.thumbnail")))
                    why += picture->property("source").toString().toStdString() + " " +
                           std::to_string(picture->property("status").toInt()) + "; ";
                return why;

@@ -13,6 +13,7 @@
 #include "support/UserDefaults.h"
 #include "ui/DesktopApplication.h"
 #include "ui/GraphicsBackend.h"
+#include "ui/ItemTree.h"
 #include "ui/RecordingHUDController.h"
 
 #include <QDir>
@@ -54,17 +55,6 @@ bool pumpUntil(const std::function<bool()>& done, int milliseconds) {
         QThread::msleep(5);
     }
     return true;
-}
-
-QQuickItem* findItem(QQuickWindow* window, const QString& name) {
-    QList<QQuickItem*> queue{window->contentItem()};
-    while (!queue.isEmpty()) {
-        QQuickItem* item = queue.takeFirst();
-        if (item->objectName() == name && item->isVisible())
-            return item;
-        queue.append(item->childItems());
-    }
-    return nullptr;
 }
 
 bool makeMovie(const QString& path, const QString& source, double seconds) {
@@ -110,11 +100,13 @@ public:
         m_desktop->viewModel().newRecording();
         pump(2500); // sources and their live thumbnails
         shoot(QStringLiteral("picker"), window);
-        if (QQuickItem* windows = findItem(window, QStringLiteral("source.filter.windows"))) {
+        if (QQuickItem* windows =
+                findVisibleItem(window->contentItem(), QStringLiteral("source.filter.windows"))) {
             QMetaObject::invokeMethod(windows, "clicked");
             pump(1500);
             shoot(QStringLiteral("picker-windows"), window);
-            if (QQuickItem* displays = findItem(window, QStringLiteral("source.filter.displays")))
+            if (QQuickItem* displays =
+                    findVisibleItem(window->contentItem(), QStringLiteral("source.filter.displays")))
                 QMetaObject::invokeMethod(displays, "clicked");
         }
 
