@@ -175,6 +175,9 @@ public:
     void setImportPanelHandler(std::function<void(bool audio)> handler) {
         m_import.setImportPanelHandler(std::move(handler));
     }
+    // The open panel for movies or sound files (nothing without a window).
+    void presentImportVideoPanel() { m_import.presentImportPanel(false); }
+    void presentImportAudioPanel() { m_import.presentImportPanel(true); }
 
     // Movies/Orvane Screen/Sample.orvanescreen, made on first use and opened.
     static QString sampleProjectDirectory() { return ProjectController::sampleProjectDirectory(); }

@@ -32,6 +32,10 @@ public:
     QCoro::Task<void> importVideos(QStringList paths);
     QCoro::Task<void> importAudios(QStringList paths);
     AppError makeImportError(const QString& path, const ImportError& error, bool isAudio);
+    void presentImportPanel(bool audio) const {
+        if (m_importPanelHandler)
+            m_importPanelHandler(audio);
+    }
     void setImportPanelHandler(std::function<void(bool audio)> handler) {
         m_importPanelHandler = std::move(handler);
     }

@@ -238,6 +238,9 @@ QVariantList AppViewModel::clips() const {
             {QStringLiteral("name"), clip.name},
             {QStringLiteral("duration"), clip.timelineDuration().seconds},
             {QStringLiteral("start"), clip.timelineStart.seconds},
+            {QStringLiteral("timelineStart"), clip.timelineStart.seconds},
+            {QStringLiteral("sourceIn"), clip.sourceIn.seconds},
+            {QStringLiteral("sourceOut"), clip.sourceOut.seconds},
             {QStringLiteral("width"), clip.sourceSize.width},
             {QStringLiteral("height"), clip.sourceSize.height},
         });

@@ -17,6 +17,10 @@ void Strings::setCatalogue(QHash<QString, QString> texts) {
 }
 
 QString Strings::t(const QString& key, const QString& english) const {
+    return text(key, english);
+}
+
+QString Strings::text(const QString& key, const QString& english) {
     const auto& texts = catalogue();
     const auto found = texts.constFind(key);
     return found != texts.constEnd() ? *found : english;

@@ -21,6 +21,9 @@ public:
     // The same with "%1", "%2"... filled in.
     Q_INVOKABLE QString f(const QString& key, const QString& english, const QVariantList& args) const;
 
+    // The same lookup for C++ view models.
+    static QString text(const QString& key, const QString& english);
+
     // Replaces the catalogue (key to text) for every engine in the process.
     static void setCatalogue(QHash<QString, QString> catalogue);
 

@@ -35,7 +35,25 @@ Text {
         "mic": "\u25C8",
         "speaker": "\u266A",
         "keyboard": "\u2328",
-        "questionmark.circle": "?"
+        "questionmark.circle": "?",
+        "video.slash": "\u2298",
+        "square.and.arrow.down.on.square": "\u21E9",
+        "square.and.arrow.up": "\u21E7",
+        "plus.circle.fill": "\u2295",
+        "tray.and.arrow.up": "\u2912",
+        "sparkles": "\u2728",
+        "arrow.left.and.right": "\u21D4",
+        "speaker.slash": "\u2205",
+        "lock": "\u26BF",
+        "lock.open": "\u25CB",
+        "eye": "\u25C9",
+        "eye.slash": "\u25CC",
+        "minus.magnifyingglass": "\u2296",
+        "pause.fill": "\u2016",
+        "backward.end.fill": "\u23EE",
+        "forward.end.fill": "\u23ED",
+        "backward.fill": "\u23EA",
+        "forward.fill": "\u23E9"
     })
 
     text: glyphs[name] !== undefined ? glyphs[name] : ""
