@@ -4,6 +4,8 @@
 #include "FrameConverter.h"
 #include "MediaSource.h"
 
+#include <algorithm>
+
 namespace orvane {
 
 namespace {
@@ -133,7 +135,15 @@ tl::expected<bool, MediaError> FrameReader::advance() {
             av_frame_move_ref(f.out.get(), f.scratch.get());
             return !reachedEnd();
         }
-        if (m_source->timeOf(f.scratch.get()).seconds() <= *m_target + timeTolerance) {
+        const double decodedTime = m_source->timeOf(f.scratch.get()).seconds();
+        if (m_targetSlack > 0 && decodedTime >= *m_target - m_targetSlack - timeTolerance) {
+            m_target.reset();
+            av_frame_unref(f.held.get());
+            f.hasHeld = false;
+            av_frame_move_ref(f.out.get(), f.scratch.get());
+            return !reachedEnd();
+        }
+        if (decodedTime <= *m_target + timeTolerance) {
             av_frame_unref(f.held.get());
             av_frame_move_ref(f.held.get(), f.scratch.get());
             f.hasHeld = true;
@@ -206,6 +216,14 @@ tl::expected<void, MediaError> FrameReader::seek(double seconds) {
     if (auto moved = m_source->seek(seconds); !moved)
         return moved;
     m_target = seconds;
+    m_targetSlack = 0;
+    return {};
+}
+
+tl::expected<void, MediaError> FrameReader::seekNear(double seconds, double tolerance) {
+    if (auto moved = seek(seconds); !moved)
+        return moved;
+    m_targetSlack = std::max(tolerance, 0.0);
     return {};
 }
 
@@ -223,6 +241,7 @@ tl::expected<std::optional<VideoFrame>, MediaError> FrameReader::frameAt(double 
         av_frame_move_ref(f.held.get(), f.out.get());
         f.hasHeld = true;
         m_target = seconds;
+        m_targetSlack = 0;
     } else if (auto moved = seek(seconds); !moved) {
         return tl::unexpected(moved.error());
     }

@@ -54,6 +54,11 @@ public:
     // After a seek, the first frame delivered is the one on screen at `seconds`: the last frame that starts
     // at or before it, or the first frame when `seconds` lies before it. Then the frames after it follow.
     tl::expected<void, MediaError> seek(double seconds);
+    // Like seek, but any frame within `tolerance` before `seconds` will do: the first frame delivered is the
+    // first one that starts at or after `seconds - tolerance` (so a key frame just before the time ends the
+    // search without decoding past it), or the last frame when the file ends first. For previews that want
+    // a frame near a time cheaply rather than the exact one.
+    tl::expected<void, MediaError> seekNear(double seconds, double tolerance);
     // Frames that start at or after `seconds` are not delivered; nullopt reads to the end. A clip's
     // sourceIn..sourceOut is `seek(sourceIn)`, `setEndTime(sourceOut)`, then `next` until nullopt.
     void setEndTime(std::optional<double> seconds);
@@ -78,6 +83,7 @@ private:
     VideoFrame m_converted; // the bgra plane behind nextPlanes for layouts without a fast path
     FrameReaderOptions m_options;
     std::optional<double> m_target;
+    double m_targetSlack = 0; // how far before m_target a frame may start and still be delivered
     std::optional<double> m_endTime;
     std::optional<double> m_lastTime; // of the frame last delivered
     bool m_atEnd = false;
