@@ -1,0 +1,149 @@
+#include "WaveformGenerator.h"
+
+#include "media/AudioReader.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QImageWriter>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QPainterPath>
+
+#include <algorithm>
+#include <cmath>
+
+namespace orvane {
+
+namespace {
+// A whole clip's sound is gathered before the peaks are taken: reserving about twenty seconds up front
+// spares the early regrowths of a short clip.
+constexpr std::size_t reservedSamples = 1048576;
+// Below this a track is silent: scaling noise up to full height would draw a loud waveform of nothing.
+constexpr float silenceLevel = 0.0001f;
+} // namespace
+
+std::optional<QString> WaveformGenerator::generate(const QString& source, const QString& destination,
+                                                   int bucketCount, const QColor& tint,
+                                                   std::stop_token stop) {
+    if (!QFileInfo::exists(source))
+        return std::nullopt;
+    if (isCacheFresh(source, destination))
+        return destination;
+    const auto found = peaks(source, std::max(bucketCount, minimumBucketCount), stop);
+    if (!found || found->empty() || stop.stop_requested())
+        return std::nullopt;
+    const auto image = render(*found, QSizeF(double(found->size()), renderHeight), tint);
+    if (!image)
+        return std::nullopt;
+    QDir().mkpath(QFileInfo(destination).absolutePath());
+    QImageWriter writer(destination, "png");
+    if (!writer.write(*image))
+        return std::nullopt;
+    return destination;
+}
+
+bool WaveformGenerator::isCacheFresh(const QString& source, const QString& destination) {
+    const QFileInfo made(destination), from(source);
+    if (!made.exists() || !from.exists())
+        return false;
+    const QDateTime madeAt = made.lastModified(), sourceAt = from.lastModified();
+    if (!madeAt.isValid() || !sourceAt.isValid())
+        return false;
+    return madeAt >= sourceAt;
+}
+
+tl::expected<std::vector<float>, MediaError> WaveformGenerator::peaks(const QString& source, int bucketCount,
+                                                                      std::stop_token stop) {
+    auto reader = AudioReader::open(source);
+    if (!reader) {
+        if (reader.error().is(MediaError::noAudioTrack))
+            return std::vector<float>{};
+        return tl::unexpected(reader.error());
+    }
+    std::vector<float> mono;
+    mono.reserve(reservedSamples);
+    float largest = 0;
+    while (true) {
+        if (stop.stop_requested())
+            return std::vector<float>{};
+        auto chunk = (*reader)->next();
+        if (!chunk)
+            return std::vector<float>{};
+        if (!*chunk)
+            break;
+        const std::span<const float> stereo = (*chunk)->samples;
+        // Both sides at half level: a mono source, copied to both sides at full level, comes back unchanged.
+        for (std::size_t i = 0; i + 1 < stereo.size(); i += 2) {
+            const float v = 0.5f * (stereo[i] + stereo[i + 1]);
+            largest = std::max(largest, std::abs(v));
+            mono.push_back(v);
+        }
+    }
+    if (largest > silenceLevel) {
+        const float scale = 1.0f / largest;
+        for (float& v : mono)
+            v *= scale;
+    }
+    return peaks(mono, bucketCount);
+}
+
+std::vector<float> WaveformGenerator::peaks(std::span<const float> samples, int bucketCount) {
+    if (bucketCount < 1 || samples.empty())
+        return {};
+    const std::size_t n = samples.size(), buckets = std::size_t(bucketCount);
+    const std::size_t stride = n >= buckets ? n / buckets : 1;
+    std::vector<float> out(buckets, 0.0f);
+    for (std::size_t b = 0, start = 0; b < buckets && start < n; ++b, start += stride) {
+        const std::size_t end = std::min(start + stride, n);
+        float peak = 0;
+        for (std::size_t i = start; i < end; ++i)
+            peak = std::max(peak, std::abs(samples[i]));
+        out[b] = peak;
+    }
+    return out;
+}
+
+std::optional<QImage> WaveformGenerator::render(std::span<const float> peaks, QSizeF size,
+                                                const QColor& tint) {
+    if (peaks.empty() || !(size.width() > 0) || !(size.height() > 0))
+        return std::nullopt;
+    const int width = int(size.width()), height = int(size.height());
+    if (width < 1 || height < 1)
+        return std::nullopt;
+    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
+    if (image.isNull())
+        return std::nullopt;
+    image.fill(Qt::transparent);
+
+    const double mid = height / 2.0;
+    const double column = std::max(double(width) / double(peaks.size()), 1.0);
+    const auto x = [&](std::size_t i) {
+        return column * 0.5 + column * double(i);
+    };
+    const auto level = [&](std::size_t i) {
+        return (mid - 1) * std::clamp(double(peaks[i]), 0.0, 1.0);
+    };
+    QPainterPath shape;
+    shape.setFillRule(Qt::WindingFill);
+    shape.moveTo(0, mid);
+    for (std::size_t i = 0; i < peaks.size(); ++i)
+        shape.lineTo(x(i), mid - level(i));
+    for (std::size_t i = peaks.size(); i-- > 0;)
+        shape.lineTo(x(i), mid + level(i));
+    shape.closeSubpath();
+
+    QColor top = tint, bottom = tint;
+    top.setAlphaF(0.92f);
+    bottom.setAlphaF(0.3f);
+    QLinearGradient fade(0, 0, 0, height);
+    fade.setColorAt(0, top);
+    fade.setColorAt(1, bottom);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setClipPath(shape);
+    painter.fillRect(QRectF(0, 0, width, height), fade);
+    painter.end();
+    return image;
+}
+
+} // namespace orvane
