@@ -119,7 +119,8 @@ TEST(WaveformGenerator, RenderFillsAShapeMirroredAroundTheMiddleWithATintFadingD
     EXPECT_EQ(image->pixelColor(35, 48 + 28).alpha(), 0);
     EXPECT_GT(image->pixelColor(35, 48 + 20).alpha(), 0);
     // Peaks above 1 are held at 1 and negative ones at 0: nothing outside the frame, nothing drawn.
-    EXPECT_GT(image->pixelColor(45, 2).alpha(), 0);
+    EXPECT_GT(image->pixelColor(45, 5).alpha(), 0);
+    EXPECT_EQ(image->pixelColor(45, 0).alpha(), 0);
     EXPECT_EQ(image->pixelColor(65, 30).alpha(), 0);
     EXPECT_EQ(image->pixelColor(65, 66).alpha(), 0);
 
@@ -131,6 +132,15 @@ TEST(WaveformGenerator, RenderFillsAShapeMirroredAroundTheMiddleWithATintFadingD
             continue;
         for (int x = 0; x < 8; ++x)
             ASSERT_EQ(flat->pixelColor(x, y).alpha(), 0) << x << "," << y;
+    }
+
+    // Ten minutes at the timeline's width: every column drawn, to the last.
+    const auto wide = WaveformGenerator::render(std::vector<float>(96000, 0.5f), QSizeF(96000, 96), tint);
+    ASSERT_TRUE(wide.has_value());
+    for (const int x : {0, 48000, 95998}) {
+        EXPECT_NEAR(wide->pixelColor(x, 48 - 20).alpha(), 188, 3) << x;
+        EXPECT_NEAR(wide->pixelColor(x, 48 + 20).alpha(), 122, 3) << x;
+        EXPECT_EQ(wide->pixelColor(x, 48 - 28).alpha(), 0) << x;
     }
 
     EXPECT_FALSE(WaveformGenerator::render({}, QSizeF(8, 96), tint).has_value());
