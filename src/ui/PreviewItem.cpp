@@ -131,13 +131,16 @@ QSGNode* PreviewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
             m_presentedImage = {};
             m_presentedTime.reset();
         } else {
-            if (!picture) {
+            const bool added = !picture;
+            if (added) {
                 picture = window()->createImageNode();
                 picture->setOwnsTexture(true);
                 picture->setFiltering(QSGTexture::Linear);
-                background->appendChildNode(picture);
             }
             picture->setTexture(window()->createTextureFromImage(m_pendingImage));
+            // The software renderer draws a node as soon as it is added, so it must have its texture first.
+            if (added)
+                background->appendChildNode(picture);
             m_presentedImage = m_pendingImage;
             m_presentedTime = m_pendingTime;
             ++m_presentedFrames;

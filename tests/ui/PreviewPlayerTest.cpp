@@ -229,5 +229,89 @@ TEST_F(PreviewPlayerTest, ShowsThePlaceholderWithoutAClip) {
     ASSERT_TRUE(waitUntil([&] { return !item->presentedSourceTime().has_value(); }));
 }
 
+// The transport table from the keyboard, with the focus in the view and with it on a transport button.
+TEST_F(PreviewPlayerTest, TransportKeysDriveThePreview) {
+    open(PreviewTestMovie{.seconds = 3, .audio = false});
+    view->forceActiveFocus();
+    const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        ui->key(key, modifiers);
+    };
+    press(Qt::Key_Space);
+    EXPECT_TRUE(item->isPlaying());
+    EXPECT_EQ(item->transportRate(), 1);
+    press(Qt::Key_L);
+    EXPECT_EQ(item->transportRate(), 2);
+    press(Qt::Key_K);
+    EXPECT_FALSE(item->isPlaying());
+    EXPECT_EQ(item->transportRate(), 0);
+    press(Qt::Key_J);
+    EXPECT_EQ(item->transportRate(), -1);
+    press(Qt::Key_Space);
+    EXPECT_FALSE(item->isPlaying());
+
+    press(Qt::Key_End);
+    EXPECT_DOUBLE_EQ(item->playheadTime(), item->duration());
+    press(Qt::Key_Home);
+    EXPECT_EQ(item->playheadTime(), 0);
+    press(Qt::Key_Right, Qt::ShiftModifier);
+    EXPECT_DOUBLE_EQ(item->playheadTime(), 1.0);
+    press(Qt::Key_Left, Qt::ShiftModifier);
+    press(Qt::Key_Left, Qt::ShiftModifier);
+    EXPECT_EQ(item->playheadTime(), 0) << "a jump back stops at zero";
+    ASSERT_TRUE(waitUntil([&] { return PreviewTestMovie::readNumber(item->presentedImage()) == 0; }));
+    press(Qt::Key_Right);
+    ASSERT_TRUE(waitUntil([&] { return PreviewTestMovie::readNumber(item->presentedImage()) == 1; }));
+    press(Qt::Key_Left);
+    ASSERT_TRUE(waitUntil([&] { return PreviewTestMovie::readNumber(item->presentedImage()) == 0; }));
+
+    // On a button, Space presses the button and the other transport keys still reach the preview.
+    QQuickItem* toEnd = view->findChild<QQuickItem*>(QStringLiteral("preview.skipToEnd"));
+    ASSERT_NE(toEnd, nullptr);
+    toEnd->forceActiveFocus(Qt::TabFocusReason);
+    press(Qt::Key_Space);
+    EXPECT_DOUBLE_EQ(item->playheadTime(), item->duration());
+    press(Qt::Key_Home);
+    EXPECT_EQ(item->playheadTime(), 0);
+}
+
+// The transport bar's buttons by mouse, their names for screen readers, and the times they show.
+TEST_F(PreviewPlayerTest, TransportBarButtonsAndTimes) {
+    open(PreviewTestMovie{.seconds = 2, .audio = false});
+    const QStringList names{QStringLiteral("preview.skipToStart"), QStringLiteral("preview.shuttleReverse"),
+                            QStringLiteral("preview.playPause"), QStringLiteral("preview.shuttleForward"),
+                            QStringLiteral("preview.skipToEnd")};
+    for (const QString& name : names) {
+        QQuickItem* button = view->findChild<QQuickItem*>(name);
+        ASSERT_NE(button, nullptr) << name.toStdString();
+        EXPECT_TRUE(button->isEnabled()) << name.toStdString();
+    }
+    // Tab walks the buttons in order.
+    view->findChild<QQuickItem*>(names.front())->forceActiveFocus(Qt::TabFocusReason);
+    for (int i = 1; i < names.size(); ++i) {
+        ui->key(Qt::Key_Tab);
+        EXPECT_TRUE(view->findChild<QQuickItem*>(names[i])->hasActiveFocus()) << names[i].toStdString();
+    }
+    QQuickItem* length = view->findChild<QQuickItem*>(QStringLiteral("preview.duration"));
+    QQuickItem* playhead = view->findChild<QQuickItem*>(QStringLiteral("preview.playhead"));
+    ASSERT_TRUE(length && playhead);
+    EXPECT_EQ(length->property("text").toString(), ProjectTime(item->duration()).formatted());
+
+    ui->click(view->findChild<QQuickItem*>(QStringLiteral("preview.skipToEnd")));
+    EXPECT_DOUBLE_EQ(item->playheadTime(), item->duration());
+    EXPECT_EQ(playhead->property("text").toString(), ProjectTime(item->duration()).formatted());
+    ui->click(view->findChild<QQuickItem*>(QStringLiteral("preview.skipToStart")));
+    EXPECT_EQ(playhead->property("text").toString(), QStringLiteral("00:00.000"));
+
+    QQuickItem* play = view->findChild<QQuickItem*>(QStringLiteral("preview.playPause"));
+    ui->click(play);
+    EXPECT_TRUE(item->isPlaying());
+    ASSERT_TRUE(
+        waitUntil([&] { return playhead->property("text").toString() != QStringLiteral("00:00.000"); }));
+    ui->click(view->findChild<QQuickItem*>(QStringLiteral("preview.shuttleForward")));
+    EXPECT_EQ(item->transportRate(), 2);
+    ui->click(play);
+    EXPECT_FALSE(item->isPlaying());
+}
+
 } // namespace
 } // namespace orvane::test
