@@ -12,8 +12,7 @@
 namespace orvane {
 
 namespace {
-// A whole clip's sound is gathered before the peaks are taken: reserving about twenty seconds up front
-// spares the early regrowths of a short clip.
+// A whole clip's sound is gathered before the peaks are taken: at least about twenty seconds are reserved.
 constexpr std::size_t reservedSamples = 1048576;
 // Below this a track is silent: scaling noise up to full height would draw a loud waveform of nothing.
 constexpr float silenceLevel = 0.0001f;
@@ -58,7 +57,10 @@ tl::expected<std::vector<float>, MediaError> WaveformGenerator::peaks(const QStr
         return tl::unexpected(reader.error());
     }
     std::vector<float> mono;
-    mono.reserve(reservedSamples);
+    // The track's length says how much is coming: one allocation instead of a dozen regrowths, each copying
+    // the minutes gathered so far.
+    const double expected = std::max((*reader)->duration(), 0.0) * AudioReader::sampleRate;
+    mono.reserve(std::max(reservedSamples, std::size_t(std::min(expected, 1e10)) + AudioReader::sampleRate));
     float largest = 0;
     while (true) {
         if (stop.stop_requested())
