@@ -255,15 +255,21 @@ void PreviewPlayer::shuttlePause() {
 
 void PreviewPlayer::stepFrame(int count) {
     setPlaying(false);
-    double shown = m_playheadTime;
+    double target = 0;
     {
         std::lock_guard lock(m_pipelineLock);
-        if (m_lastShown)
-            shown = m_lastShown->time;
+        if (m_lastShown && m_lastShown->generation == m_request.generation) {
+            // From the frame on screen; half a frame in lands inside the wanted one whatever rounding its
+            // timestamp had.
+            target = m_lastShown->time + (count + 0.5) * frameDuration();
+        } else {
+            // The frame asked for last is still on its way (keys pressed faster than frames are decoded), so
+            // the one on screen is stale: step from the time asked for, a hair past so that a frame starting
+            // exactly there counts.
+            target = m_playheadTime + count * frameDuration() + 1e-4;
+        }
     }
-    // Half a frame in lands inside the wanted frame whatever rounding its timestamp had.
-    const double target = shown + count * frameDuration();
-    seek(std::clamp(target + 0.5 * frameDuration(), 0.0, m_duration));
+    seek(std::clamp(target, 0.0, m_duration));
 }
 
 void PreviewPlayer::jump(double seconds) {

@@ -236,6 +236,8 @@ TEST_F(PreviewPlayerTest, TransportKeysDriveThePreview) {
     const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
         ui->key(key, modifiers);
     };
+    // From a second in, so reverse play has a second to go before it stops at the start by itself.
+    press(Qt::Key_Right, Qt::ShiftModifier);
     press(Qt::Key_Space);
     EXPECT_TRUE(item->isPlaying());
     EXPECT_EQ(item->transportRate(), 1);

@@ -15,6 +15,9 @@ FocusScope {
     // Returns true when the key belonged to the transport.
     function handleKey(event) {
         const shift = (event.modifiers & Qt.ShiftModifier) !== 0
+        // Ctrl+K and its kind belong to the editor, not to the shuttle.
+        if ((event.modifiers & ~Qt.ShiftModifier & ~Qt.KeypadModifier) !== 0)
+            return false
         switch (event.key) {
         case Qt.Key_Space:
             player.togglePlay()
