@@ -193,6 +193,7 @@ int main(int argc, char** argv) {
     }
     const int presentedBefore = item->presentedFrames();
     const std::uint64_t skippedBefore = player.skippedFrames();
+    const int replacedBefore = item->replacedFrames();
     swaps.recording = true;
     item->setPlaying(true);
     bool heard = false;
@@ -206,6 +207,7 @@ int main(int argc, char** argv) {
     item->setPlaying(false);
     const int presented = item->presentedFrames() - presentedBefore;
     const std::uint64_t skipped = player.skippedFrames() - skippedBefore;
+    const int replaced = item->replacedFrames() - replacedBefore;
 
     // A swap shows a frame late when the clock has already reached the next frame's time; each new frame
     // counts once, at its first swap.
@@ -241,9 +243,10 @@ int main(int argc, char** argv) {
     const double presentedFps = presented / seconds;
     std::printf("clock: %s\n", heard ? "the sound server's" : "the wall clock");
     std::printf("play: %d frames presented in %.0f s (%.1f fps, %.2f of decode-only %.1f fps, %.2f of the "
-                "movie's 60 fps), %llu passed over as already due\n",
+                "movie's 60 fps); %llu passed over as already due before composing, %d composed but replaced "
+                "before the scene graph took them\n",
                 presented, seconds, presentedFps, presentedFps / decodeFps, decodeFps, presentedFps / 60,
-                static_cast<unsigned long long>(skipped));
+                static_cast<unsigned long long>(skipped), replaced);
     std::printf("offset: mean %+.1f ms, p95 |offset| %.1f ms (one frame is %.1f ms)\n", meanOffset * 1000,
                 percentile(magnitudes, 0.95) * 1000, frame * 1000);
     std::printf("seek: p50 %.1f ms, p95 %.1f ms to the frame on screen (%.1fx and %.1fx the reader's own "

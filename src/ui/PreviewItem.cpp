@@ -108,6 +108,8 @@ void PreviewItem::geometryChange(const QRectF& newGeometry, const QRectF& oldGeo
 }
 
 void PreviewItem::frameComposed(const QImage& image, double sourceTime) {
+    if (m_imageChanged && !m_pendingImage.isNull())
+        ++m_replacedFrames;
     m_pendingImage = image;
     m_pendingTime = sourceTime;
     m_imageChanged = true;

@@ -57,6 +57,8 @@ public:
     QImage presentedImage() const { return m_presentedImage; }
     std::optional<double> presentedSourceTime() const { return m_presentedTime; }
     PreviewPlayer& player() { return m_player; }
+    // Composed canvases that a newer one replaced before the scene graph took them.
+    int replacedFrames() const { return m_replacedFrames; }
 
 Q_SIGNALS:
     void clipIdChanged();
@@ -87,6 +89,7 @@ private:
     QImage m_presentedImage;
     std::optional<double> m_presentedTime;
     int m_presentedFrames = 0;
+    int m_replacedFrames = 0;
     bool m_hadClip = false;
 };
 
