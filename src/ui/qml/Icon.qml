@@ -40,8 +40,8 @@ Text {
         "square.and.arrow.down.on.square": "\u21E9",
         "square.and.arrow.up": "\u21E7",
         "plus.circle.fill": "\u2295",
-        "tray.and.arrow.up": "\u2912",
-        "sparkles": "\u2728",
+        "tray.and.arrow.up": "\u21EA",
+        "sparkles": "\u2726",
         "arrow.left.and.right": "\u21D4",
         "speaker.slash": "\u2205",
         "lock": "\u26BF",
@@ -49,11 +49,11 @@ Text {
         "eye": "\u25C9",
         "eye.slash": "\u25CC",
         "minus.magnifyingglass": "\u2296",
-        "pause.fill": "\u2016",
-        "backward.end.fill": "\u23EE",
-        "forward.end.fill": "\u23ED",
-        "backward.fill": "\u23EA",
-        "forward.fill": "\u23E9"
+        "pause.fill": "\u2225",
+        "backward.end.fill": "\u21E4",
+        "forward.end.fill": "\u21E5",
+        "backward.fill": "\u226A",
+        "forward.fill": "\u226B"
     })
 
     text: glyphs[name] !== undefined ? glyphs[name] : ""
