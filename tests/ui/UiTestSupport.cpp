@@ -1,5 +1,6 @@
 #include "UiTestSupport.h"
 
+#include "ui/EditorModel.h"
 #include "ui/ItemTree.h"
 
 #include <QCoreApplication>
@@ -26,6 +27,8 @@ UiHarness::UiHarness(UiOptions options) {
     defaults->setValue(QString::fromLatin1(AppState::recordingSaveDirectoryKey),
                        dir.filePath(QStringLiteral("Projects")));
     defaults->setValue(QString::fromLatin1(AppViewModel::onboardingKey), options.onboardingCompleted);
+    defaults->setValue(QString::fromLatin1(EditorModel::tutorialCompletedKey),
+                       options.editorTutorialCompleted);
     recents = std::make_unique<RecentProjectsStore>(*defaults);
     app = std::make_unique<AppState>(AppState::Services{*defaults, *recents, Clock::system()});
     desktop = std::make_unique<DesktopApplication>(*app, *recents, *defaults,

@@ -31,6 +31,8 @@ QByteArray& uiDisplayName();
 struct UiOptions {
     bool onboardingCompleted = true;
     std::optional<quint16> apiPort;
+    // The editor's first-run tour covers the screen; only its own tests want it.
+    bool editorTutorialCompleted = true;
 };
 
 class UiHarness {
