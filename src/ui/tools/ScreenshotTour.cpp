@@ -12,6 +12,7 @@
 #include "support/Clock.h"
 #include "support/UserDefaults.h"
 #include "ui/DesktopApplication.h"
+#include "ui/EditorModel.h"
 #include "ui/GraphicsBackend.h"
 #include "ui/ItemTree.h"
 #include "ui/RecordingHUDController.h"
@@ -74,6 +75,8 @@ public:
         m_defaults = std::make_unique<UserDefaults>(m_dir.filePath(QStringLiteral("defaults.ini")));
         m_defaults->setValue(QString::fromLatin1(AppState::recordingSaveDirectoryKey),
                              m_dir.filePath(QStringLiteral("Projects")));
+        // The editor's tour has a picture of its own; the other editor pictures show the editor.
+        m_defaults->setValue(QString::fromLatin1(EditorModel::tutorialCompletedKey), true);
         m_recents = std::make_unique<RecentProjectsStore>(*m_defaults);
         m_recents->setThumbnailGenerator(&ThumbnailGenerator::generate);
         m_app = std::make_unique<AppState>(AppState::Services{*m_defaults, *m_recents, Clock::system()});
@@ -130,7 +133,9 @@ public:
             std::fprintf(stderr, "orvane-screenshots: the recording did not start; no HUD picture\n");
         }
         pump(900);
+        waitForClipMedia(window);
         shoot(QStringLiteral("editor"), window);
+        shootEditorSurfaces(window);
 
         m_desktop->viewModel().showPreferences();
         pump(900);
@@ -159,6 +164,72 @@ public:
     }
 
 private:
+    EditorModel* editorModel(QQuickWindow* window) {
+        QQuickItem* view = findVisibleItem(window->contentItem(), QStringLiteral("EditorView"));
+        return view ? view->findChild<EditorModel*>() : nullptr;
+    }
+
+    // Until every clip bar of the editor has its filmstrip (if it has a movie) and its waveform (if it
+    // has sound), or ten seconds have passed.
+    void waitForClipMedia(QQuickWindow* window) {
+        pumpUntil(
+            [&] {
+                EditorModel* editor = editorModel(window);
+                if (!editor)
+                    return false;
+                for (const TimelineClipModel::Row& row : editor->clipModel().rows())
+                    if ((row.hasVideo && row.stripFrames.isEmpty()) ||
+                        (!row.hasVideo && row.waveform.isEmpty()))
+                        return false;
+                return true;
+            },
+            10000);
+        pump(500);
+    }
+
+    // The sample project with music beside it, its first-run tour, an empty project and a drop over it.
+    void shootEditorSurfaces(QQuickWindow* window) {
+        bool opened = false;
+        auto opening = [&]() -> QCoro::Task<void> {
+            co_await m_app->openSampleProject();
+            const QString music = m_dir.filePath(QStringLiteral("Music.wav"));
+            if (QProcess::execute(
+                    QStringLiteral("ffmpeg"),
+                    {QStringLiteral("-loglevel"), QStringLiteral("error"), QStringLiteral("-y"),
+                     QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+                     QStringLiteral("aevalsrc=0.6*sin(2*PI*220*t)*(0.55+0.45*sin(2*PI*0.7*t)):d=8"),
+                     music}) == 0)
+                (void)co_await m_app->importAudio(music);
+            opened = true;
+        };
+        opening();
+        pumpUntil([&] { return opened; }, 30000);
+        m_app->setScreen(AppScreen::editor);
+        pump(900);
+        waitForClipMedia(window);
+        shoot(QStringLiteral("editor-sample"), window);
+
+        if (EditorModel* editor = editorModel(window)) {
+            m_defaults->setValue(QString::fromLatin1(EditorModel::tutorialCompletedKey), false);
+            editor->appear();
+            pump(EditorModel::tutorialDelayMs + 700);
+            shoot(QStringLiteral("editor-tutorial"), window);
+            editor->completeTutorial();
+        }
+
+        if (m_app->createProjectAt(m_dir.filePath(QStringLiteral("Projects/Untitled.orvanescreen")))) {
+            m_app->setScreen(AppScreen::editor);
+            pump(900);
+            shoot(QStringLiteral("editor-empty"), window);
+            if (EditorModel* editor = editorModel(window)) {
+                editor->setIsDropTargeted(true);
+                pump(500);
+                shoot(QStringLiteral("editor-drop"), window);
+                editor->setIsDropTargeted(false);
+            }
+        }
+    }
+
     int finish() {
         std::printf("orvane-screenshots: %d pictures in %s\n", m_written, qPrintable(m_output));
         return m_failed ? 1 : 0;
