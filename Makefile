@@ -31,6 +31,9 @@ bench: build
 	$(BUILD_DIR)/bench/orvane-capture-bench
 	$(BUILD_DIR)/bench/orvane-startup-bench
 	$(BUILD_DIR)/bench/orvane-picker-bench
+	$(BUILD_DIR)/bench/orvane-timeline-bench
+	$(BUILD_DIR)/bench/orvane-preview-bench
+	$(BUILD_DIR)/bench/orvane-media-cache-bench
 
 # A picture of every surface of the desktop application in docs/screenshots/, on a private X server.
 screenshots: build
