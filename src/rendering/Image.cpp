@@ -2,6 +2,7 @@
 
 #include <libyuv/convert_argb.h>
 #include <libyuv/planar_functions.h>
+#include <libyuv/scale_argb.h>
 
 #include <algorithm>
 #include <cmath>
@@ -153,6 +154,21 @@ Image Image::fromRgba(const std::uint8_t* data, int width, int height, int strid
     libyuv::ABGRToARGB(data, stride, image.m_data, image.m_stride, width, height);
     if (!premultiplied)
         libyuv::ARGBAttenuate(image.m_data, image.m_stride, image.m_data, image.m_stride, width, height);
+    return image;
+}
+
+Image Image::resampled(int width, int height) const {
+    if (isNull() || m_format == PixelFormat::gray8 || width <= 0 || height <= 0)
+        return {};
+    Image image = allocate(width, height);
+    if (!image)
+        return image;
+    // Linear filters are exact on premultiplied pixels, so no unpremultiplying around the scale.
+    libyuv::ARGBScale(m_data, m_stride, m_width, m_height, image.m_data, image.m_stride, width, height,
+                      libyuv::kFilterBox);
+    image.m_originX = m_originX;
+    image.m_originY = m_originY;
+    image.m_opaque = m_opaque;
     return image;
 }
 

@@ -75,6 +75,10 @@ public:
     // A rectangle of this image's own pixel grid (x from the left, y from the top), clipped to it; shares
     // the pixels. Its extent is where those pixels lay in this image's extent.
     Image pixelView(int x, int y, int width, int height) const;
+    // These pixels resampled to width by height into a pooled buffer, averaging boxes when shrinking so
+    // that fine detail does not alias; the extent keeps its origin. A null image when either size is not
+    // positive or this image is gray.
+    Image resampled(int width, int height) const;
 
     // Set by producers that know every alpha is 255 (decoded video, backgrounds); lets the compositor
     // write instead of blend. Pixel writes through `row()` keep it as it is.

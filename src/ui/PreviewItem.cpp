@@ -103,7 +103,8 @@ void PreviewItem::reload() {
 
 void PreviewItem::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) {
     QQuickItem::geometryChange(newGeometry, oldGeometry);
-    m_player.setViewSize(newGeometry.size().toSize());
+    const qreal ratio = window() ? window()->effectiveDevicePixelRatio() : 1.0;
+    m_player.setViewSize((newGeometry.size() * ratio).toSize());
     update();
 }
 

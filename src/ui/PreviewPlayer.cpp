@@ -33,16 +33,32 @@ QString resolve(const QString& folder, const QString& path) {
 }
 
 // The canvas as a QImage over the compositor's own pixels: the image keeps the canvas alive, and the pool
-// gets the buffer back when the last QImage copy goes.
+// gets the buffer back when the last QImage copy goes. The preview stands on black, and premultiplied
+// pixels read as opaque ones are exactly that canvas over black, so the image says it is opaque and the
+// renderer copies it instead of blending every pixel.
 QImage sharedImage(const Image& canvas) {
     auto holder = std::make_unique<Image>(canvas);
     const Image& image = *holder;
     QImage shared(
-        image.constRow(0), image.width(), image.height(), image.stride(), QImage::Format_ARGB32_Premultiplied,
+        image.constRow(0), image.width(), image.height(), image.stride(), QImage::Format_RGB32,
         [](void* info) { std::unique_ptr<Image>(static_cast<Image*>(info)); }, holder.get());
     if (!shared.isNull())
         holder.release(); // now owned by the QImage's cleanup
     return shared;
+}
+
+// The canvas fitted into the view here rather than by the scene graph: without a GPU the renderer scales
+// on the render thread, and a full-size canvas scaled there every frame costs more than composing it.
+Image fittedToView(Image canvas, QSize view) {
+    if (view.isEmpty() || canvas.isNull())
+        return canvas;
+    const double scale =
+        std::min(double(view.width()) / canvas.width(), double(view.height()) / canvas.height());
+    if (scale >= 1)
+        return canvas;
+    Image fitted = canvas.resampled(std::max(1, int(std::lround(canvas.width() * scale))),
+                                    std::max(1, int(std::lround(canvas.height() * scale))));
+    return fitted ? fitted : canvas;
 }
 
 bool cameraShows(const Clip& clip, double time) {
@@ -152,8 +168,15 @@ void PreviewPlayer::updateClip(const Clip& clip) {
 }
 
 void PreviewPlayer::setViewSize(QSize size) {
-    std::lock_guard lock(m_pipelineLock);
-    m_viewSize = size;
+    {
+        std::lock_guard lock(m_pipelineLock);
+        if (size == m_viewSize)
+            return;
+        m_viewSize = size;
+        // A paused frame was fitted to the old size; playing frames pick the new one up by themselves.
+        m_recompose = m_recompose || (!m_playing && m_lastShown.has_value());
+    }
+    m_composeWake.notify_all();
 }
 
 void PreviewPlayer::opened(std::uint64_t generation, double duration, double frameRate) {
@@ -526,6 +549,7 @@ void PreviewPlayer::composeLoop() {
             canvas = Size{double(m_viewSize.width()), double(m_viewSize.height())};
         if (!clip)
             continue;
+        const QSize view = m_viewSize;
         lock.unlock();
 
         if (!compositor || compositor->canvasSize() != canvas)
@@ -544,7 +568,7 @@ void PreviewPlayer::composeLoop() {
         compositor->setCurrentCameraFrame(std::move(cameraImage));
         const Image source = imageFromVideoFrame(next->frame);
         Image composed = compositor->composeFrame(source, *clip, ProjectTime(next->time), *cursor, *events);
-        QImage image = sharedImage(composed);
+        QImage image = sharedImage(fittedToView(std::move(composed), view));
 
         lock.lock();
         if (!next->still && !waitUntilDue(*next, lock))

@@ -49,7 +49,8 @@ public:
     void loadClip(std::optional<Clip> clip, const QString& folder);
     // The same clip with other settings: a paused preview composes its frame again at once.
     void updateClip(const Clip& clip);
-    // The canvas when the clip does not say its size.
+    // The view's size in device pixels: the canvas when the clip does not say its size, and the size the
+    // composed canvas is shrunk to before it is shown.
     void setViewSize(QSize size);
 
     bool hasClip() const { return m_clip.has_value(); }

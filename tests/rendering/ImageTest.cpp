@@ -31,6 +31,29 @@ TEST(Image, copiesSharePixelsUntilOneIsWritten) {
     EXPECT_FALSE(a.isShared());
 }
 
+// Shrinking by two averages each 2x2 box, so a one-pixel checkerboard turns an even grey instead of
+// aliasing into one of its colours; premultiplied alpha averages with it.
+TEST(Image, resamplingDownAveragesBoxesAndKeepsThePlace) {
+    Image checker = Image::allocate(64, 32);
+    ASSERT_FALSE(checker.isNull());
+    for (int y = 0; y < 32; ++y)
+        for (int x = 0; x < 64; ++x)
+            reinterpret_cast<std::uint32_t*>(checker.row(y))[x] = (x + y) % 2 ? 0xFFFFFFFFu : 0x00000000u;
+    checker.setOrigin({10, 20});
+    const Image half = checker.resampled(32, 16);
+    ASSERT_EQ(half.width(), 32);
+    ASSERT_EQ(half.height(), 16);
+    EXPECT_EQ(half.origin().x, 10);
+    EXPECT_EQ(half.origin().y, 20);
+    for (const auto& [x, y] : {std::pair{0, 0}, {15, 7}, {31, 15}}) {
+        const std::uint32_t p = half.pixel(x, y);
+        for (const int shift : {0, 8, 16, 24})
+            EXPECT_NEAR(int((p >> shift) & 0xFF), 128, 2) << x << "," << y << " channel " << shift;
+    }
+    EXPECT_TRUE(Image::cleared(8, 8, PixelFormat::gray8).resampled(4, 4).isNull());
+    EXPECT_TRUE(checker.resampled(0, 4).isNull());
+}
+
 TEST(Image, aPixelViewKeepsItsPlaceInTheYUpExtent) {
     Image image = test::coordinateSource(100, 100);
     image.setOrigin({5, 7});
