@@ -21,6 +21,11 @@ void chooseGraphicsBackend() {
     if (!prefersSoftwareRenderer())
         return;
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    // Without a swap to wait on, a window's update request is held back a few milliseconds to gather
+    // others; a preview handing over a frame every 16.7 ms then misses every other display frame. The
+    // render itself paces the window instead. Read once, at the first request.
+    if (!qEnvironmentVariableIsSet("QT_QPA_UPDATE_IDLE_TIME"))
+        qputenv("QT_QPA_UPDATE_IDLE_TIME", "0");
     log::info("App", QStringLiteral("no GPU: drawing with the software renderer"));
 }
 
