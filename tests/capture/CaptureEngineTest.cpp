@@ -143,11 +143,15 @@ TEST_F(CaptureEngineTest, RecordsADisplayWithBothSoundsAndTheClicks) {
     ASSERT_TRUE(waitForSound(pulse->serverString(), PulseRecorder::Device::microphone));
 
     CaptureEngine engine(environment());
+    const auto beforeStart = std::chrono::steady_clock::now();
     const auto started = test::awaitTask(engine.start(firstDisplay(), bundle, true, true));
     ASSERT_TRUE(started && *started) << started->error().message().toStdString();
     EXPECT_TRUE(engine.isRunning());
     EXPECT_TRUE(engine.startedAt());
     const auto startedClock = std::chrono::steady_clock::now();
+    // The movie's time zero lies somewhere inside the start call, which a loaded machine stretches: times
+    // measured from its end may read late by up to this much.
+    const double startTook = std::chrono::duration<double>(startedClock - beforeStart).count();
 
     test::processEventsFor(1000ms);
     driver->warp(400, 300);
@@ -173,7 +177,8 @@ TEST_F(CaptureEngineTest, RecordsADisplayWithBothSoundsAndTheClicks) {
     EXPECT_FALSE(r.audioRelativePath);
     EXPECT_FALSE(r.cameraRelativePath);
     EXPECT_EQ(r.frameSize, (Size{1280, 720}));
-    EXPECT_NEAR(r.duration.seconds, 3.0, 0.3);
+    EXPECT_GE(r.duration.seconds, 3.0 - 0.3);
+    EXPECT_LE(r.duration.seconds, 3.0 + startTook + 0.3);
     // The journal kept the telemetry while the recording ran; once the two files are written it goes.
     EXPECT_FALSE(
         QFileInfo::exists(bundle->mediaPath(QStringLiteral("media/clip-%1-telemetry.jsonl").arg(id))));
@@ -190,7 +195,8 @@ TEST_F(CaptureEngineTest, RecordsADisplayWithBothSoundsAndTheClicks) {
         EXPECT_EQ(track.sampleRate, 48000);
         EXPECT_EQ(track.channels, 2);
     }
-    EXPECT_NEAR(info->duration, 3.0, 0.3);
+    EXPECT_GE(info->duration, 3.0 - 0.3);
+    EXPECT_LE(info->duration, 3.0 + startTook + 0.3);
 
     // 60 frames a second, within 5 %, and every frame the engine appended is in the file.
     const double videoSeconds = info->videoTracks[0].duration.value_or(info->duration);
@@ -211,7 +217,8 @@ TEST_F(CaptureEngineTest, RecordsADisplayWithBothSoundsAndTheClicks) {
                                    [](const InputEvent& e) { return e.isClick(); });
     ASSERT_NE(down, events.events.end());
     EXPECT_EQ(down->location(), (Point{410, 310}));
-    EXPECT_NEAR(down->time().seconds, clickedAt, 0.1);
+    EXPECT_GE(down->time().seconds, clickedAt - 0.1);
+    EXPECT_LE(down->time().seconds, clickedAt + startTook + 0.1);
     const CursorTrack cursor = TelemetryFiles::readCursorTrack(r.cursorURL).value();
     ASSERT_FALSE(cursor.samples.empty());
     EXPECT_EQ(cursor.samples.back().x, 410);
