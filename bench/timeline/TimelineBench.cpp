@@ -1,7 +1,8 @@
 // orvane-timeline-bench [--clips N]
 //
 // The editor on a private X server with a project of N clips (200 by default) on two tracks:
-// - layout and draw: from a change of zoom, which moves and resizes every bar, to the frame that shows it;
+// - layout and draw: from a change of zoom, which moves and resizes every bar on screen, to the frame that
+// shows it;
 //   the baseline is the same window from a change of one small item's colour to the frame that shows it;
 // - drag: a clip dragged across the timeline by a pointer moving every 16 ms for two seconds, the frames
 //   shown per second and the longest gap between two, against the window with nothing but a small item
@@ -192,7 +193,7 @@ int main(int argc, char** argv) {
     FrameClock clock(window);
     QTest::qWait(300);
 
-    // A change of zoom moves and resizes every bar.
+    // A change of zoom moves and resizes every bar on screen, and brings some in or out.
     const auto layout =
         latencyToFrame(clock, 40, [&](int i) { editor->setPixelsPerSecond(i % 2 ? 80 : 100); });
     const auto baseline = latencyToFrame(clock, 40, [&](int i) {
@@ -238,7 +239,7 @@ int main(int argc, char** argv) {
                     ? "software renderer"
                     : "GPU renderer");
     std::printf(
-        "  zoom: layout of every bar %.2f ms (median); to the frame shown: median %.1f ms, p95 %.1f ms\n",
+        "  zoom: models and bindings %.2f ms (median); to the frame shown: median %.1f ms, p95 %.1f ms\n",
         layout.layoutMs, layout.medianMs, layout.p95Ms);
     std::printf(
         "  baseline, one small item changed: to the frame shown median %.1f ms, p95 %.1f ms; the timeline's "

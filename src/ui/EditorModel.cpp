@@ -40,9 +40,7 @@ EditorModel::EditorModel(AppState& app, UserDefaults& defaults, QObject* parent)
     , m_editing(std::make_unique<TimelineEditing>(app, defaults))
     , m_media(std::make_unique<ClipMediaCache>()) {
     m_media->setWaveformTint(waveformTint);
-    connect(m_media.get(), &ClipMediaCache::clipMediaChanged, this, [this] {
-        m_clips.refresh(m_bundle ? &m_bundle->project() : nullptr, *m_editing, m_selected, m_media.get());
-    });
+    connect(m_media.get(), &ClipMediaCache::clipMediaChanged, this, [this] { refreshClips(); });
     connect(&m_app, &AppState::currentBundleChanged, this, &EditorModel::attachBundle);
     // Ctrl+E and the API's export request open the sheet, also on the empty state.
     connect(&m_app, &AppState::exportRequestNonceChanged, this, [this] { setShowingExportSheet(true); });
@@ -93,7 +91,7 @@ void EditorModel::refresh() {
         Q_EMIT selectionChanged();
     }
     m_tracks.refresh(*m_editing);
-    m_clips.refresh(project, *m_editing, m_selected, m_media.get());
+    refreshClips();
     requestClipMedia();
     Q_EMIT timelineChanged();
     Q_EMIT rulerChanged();
@@ -105,8 +103,10 @@ void EditorModel::requestClipMedia() {
     // A bar being trimmed changes width with every move; its pictures are made once the gesture ends.
     if (!m_bundle || m_editing->trimmingClipID() || m_editing->draggingClipID())
         return;
-    for (const Clip& clip : m_bundle->project().timeline.clips)
-        m_media->request(clip, pixelsPerSecond());
+    // The bars that exist, so a zoom or a scroll over a long timeline makes pictures only for what shows.
+    for (const TimelineClipModel::Row& row : m_clips.rows())
+        if (const Clip* clip = m_bundle->project().timeline.clip(row.id))
+            m_media->request(*clip, pixelsPerSecond());
 }
 
 std::optional<QUuid> EditorModel::parseId(const QString& id) const {
@@ -135,7 +135,7 @@ void EditorModel::setSelectedClipId(const QString& id) {
     if (next == m_selected)
         return;
     m_selected = next;
-    m_clips.refresh(m_bundle ? &m_bundle->project() : nullptr, *m_editing, m_selected, m_media.get());
+    refreshClips();
     Q_EMIT selectionChanged();
 }
 
@@ -222,6 +222,8 @@ void EditorModel::setViewportX(double x) {
     if (x == m_viewportX)
         return;
     m_viewportX = x;
+    refreshClips();
+    requestClipMedia();
     Q_EMIT rulerChanged();
 }
 
@@ -229,7 +231,19 @@ void EditorModel::setViewportWidth(double width) {
     if (width == m_viewportWidth)
         return;
     m_viewportWidth = width;
+    refreshClips();
+    requestClipMedia();
     Q_EMIT rulerChanged();
+}
+
+void EditorModel::refreshClips() {
+    // Bars a little past either edge already exist when a scroll brings them in.
+    constexpr double margin = 240;
+    std::optional<TimelineClipModel::Span> visible;
+    if (m_viewportWidth > 0)
+        visible = TimelineClipModel::Span{m_viewportX - margin, m_viewportX + m_viewportWidth + margin};
+    m_clips.refresh(m_bundle ? &m_bundle->project() : nullptr, *m_editing, m_selected, m_media.get(),
+                    visible);
 }
 
 void EditorModel::setRippleEdit(bool on) {
@@ -287,7 +301,7 @@ void EditorModel::clipDragChanged(const QString& id, double dx, double dy) {
     const bool wasDragging = m_editing->draggingClipID().has_value();
     m_editing->changeClipDrag(*clip, {dx, dy});
     if (m_editing->draggingClipID() || wasDragging) {
-        m_clips.refresh(m_bundle ? &m_bundle->project() : nullptr, *m_editing, m_selected, m_media.get());
+        refreshClips();
         if (!wasDragging)
             Q_EMIT gestureChanged();
     }

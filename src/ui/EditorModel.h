@@ -183,6 +183,7 @@ Q_SIGNALS:
 private:
     void attachBundle();
     void refresh();
+    void refreshClips();
     void requestClipMedia();
     std::optional<QUuid> parseId(const QString& id) const;
 

@@ -4,6 +4,8 @@
 #include "app/TimelineEditing.h"
 #include "project/Project.h"
 
+#include <QSet>
+
 #include <algorithm>
 
 namespace orvane {
@@ -16,7 +18,8 @@ constexpr double laneInset = 3;
 } // namespace
 
 void TimelineClipModel::refresh(const Project* project, const TimelineEditing& editing,
-                                const std::optional<QUuid>& selected, const ClipMediaCache* media) {
+                                const std::optional<QUuid>& selected, const ClipMediaCache* media,
+                                std::optional<Span> visible) {
     std::vector<Row> rows;
     if (project) {
         const std::vector<Timeline::Track> tracks = editing.tracks();
@@ -40,6 +43,10 @@ void TimelineClipModel::refresh(const Project* project, const TimelineEditing& e
             // The records stay put during a move; the bar follows the pointer.
             if (row.dragging)
                 row.x += editing.dragOffset().x();
+            // Off screen and not in hand: no bar. The selected one keeps its focus and its keys.
+            if (visible && !row.selected && !row.dragging &&
+                (row.x + row.width < visible->from || row.x > visible->to))
+                continue;
             row.hasVideo = !clip.sourceVideoPath.isEmpty();
             if (media) {
                 row.stripFrames = media->stripFrames(clip.id);
@@ -49,42 +56,64 @@ void TimelineClipModel::refresh(const Project* project, const TimelineEditing& e
         }
     }
 
-    const bool sameClips =
-        rows.size() == m_rows.size() && std::equal(rows.begin(), rows.end(), m_rows.begin(),
-                                                   [](const Row& a, const Row& b) { return a.id == b.id; });
-    if (!sameClips) {
+    // Bars that left go first, from the back so the rows ahead keep their numbers.
+    QSet<QUuid> wanted;
+    for (const Row& row : rows)
+        wanted.insert(row.id);
+    for (std::size_t i = m_rows.size(); i-- > 0;) {
+        if (wanted.contains(m_rows[i].id))
+            continue;
+        beginRemoveRows({}, int(i), int(i));
+        m_rows.erase(m_rows.begin() + std::ptrdiff_t(i));
+        endRemoveRows();
+    }
+    // The bars that stayed must still be in the project's order for the others to slot in between;
+    // after a reordering edit the view starts over.
+    std::size_t kept = 0;
+    for (const Row& row : rows)
+        if (kept < m_rows.size() && m_rows[kept].id == row.id)
+            ++kept;
+    if (kept != m_rows.size()) {
         beginResetModel();
         m_rows = std::move(rows);
         endResetModel();
         return;
     }
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (i < m_rows.size() && m_rows[i].id == rows[i].id) {
+            updateRow(i, std::move(rows[i]));
+            continue;
+        }
+        beginInsertRows({}, int(i), int(i));
+        m_rows.insert(m_rows.begin() + std::ptrdiff_t(i), std::move(rows[i]));
+        endInsertRows();
+    }
+}
+
+void TimelineClipModel::updateRow(std::size_t i, Row&& now) {
+    const Row& was = m_rows[i];
+    if (now == was)
+        return;
     // Only the roles that changed, so that a zoom re-evaluates where the bars are and not what they show.
     QList<int> roles;
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        const Row& now = rows[i];
-        const Row& was = m_rows[i];
-        if (now == was)
-            continue;
-        roles.clear();
-        const auto differs = [&](bool changed, Role role) {
-            if (changed)
-                roles.append(role);
-        };
-        differs(now.name != was.name, nameRole);
-        differs(now.x != was.x, xRole);
-        differs(now.y != was.y, yRole);
-        differs(now.width != was.width, widthRole);
-        differs(now.height != was.height, heightRole);
-        differs(now.trackIndex != was.trackIndex, trackIndexRole);
-        differs(now.trackKind != was.trackKind, trackKindRole);
-        differs(now.selected != was.selected, selectedRole);
-        differs(now.dragging != was.dragging, draggingRole);
-        differs(now.stripFrames != was.stripFrames, stripFramesRole);
-        differs(now.waveform != was.waveform, waveformRole);
-        differs(now.hasVideo != was.hasVideo, hasVideoRole);
-        m_rows[i] = std::move(rows[i]);
-        Q_EMIT dataChanged(index(int(i)), index(int(i)), roles);
-    }
+    const auto differs = [&](bool changed, Role role) {
+        if (changed)
+            roles.append(role);
+    };
+    differs(now.name != was.name, nameRole);
+    differs(now.x != was.x, xRole);
+    differs(now.y != was.y, yRole);
+    differs(now.width != was.width, widthRole);
+    differs(now.height != was.height, heightRole);
+    differs(now.trackIndex != was.trackIndex, trackIndexRole);
+    differs(now.trackKind != was.trackKind, trackKindRole);
+    differs(now.selected != was.selected, selectedRole);
+    differs(now.dragging != was.dragging, draggingRole);
+    differs(now.stripFrames != was.stripFrames, stripFramesRole);
+    differs(now.waveform != was.waveform, waveformRole);
+    differs(now.hasVideo != was.hasVideo, hasVideoRole);
+    m_rows[i] = std::move(now);
+    Q_EMIT dataChanged(index(int(i)), index(int(i)), roles);
 }
 
 std::optional<int> TimelineClipModel::rowOf(const QUuid& id) const {

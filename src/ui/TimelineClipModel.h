@@ -14,8 +14,9 @@ class TimelineEditing;
 struct Project;
 
 // The clip bars as the lanes draw them: where each sits (the dragged one at its offset), its filmstrip
-// and waveform so far, whether it is selected. A refresh tells the view only about the bars that moved
-// or changed, so a trim over a timeline of two hundred clips redraws one bar.
+// and waveform so far, whether it is selected. Only bars within the visible span are rows (and the
+// selected and dragged ones wherever they are), so a zoom over a timeline of two hundred clips moves the
+// few on screen. A refresh tells the view only about the bars that moved, came or went.
 class TimelineClipModel : public QAbstractListModel {
     Q_OBJECT
 
@@ -53,11 +54,18 @@ public:
         bool operator==(const Row&) const = default;
     };
 
+    // A stretch of the lanes in points, from `from` to `to`.
+    struct Span {
+        double from = 0;
+        double to = 0;
+    };
+
     using QAbstractListModel::QAbstractListModel;
 
-    // Rows in the project's list order. `media` may be null (no filmstrips or waveforms).
+    // Rows in the project's list order, those meeting `visible` (all without one). `media` may be null (no
+    // filmstrips or waveforms).
     void refresh(const Project* project, const TimelineEditing& editing, const std::optional<QUuid>& selected,
-                 const ClipMediaCache* media);
+                 const ClipMediaCache* media, std::optional<Span> visible = std::nullopt);
     const std::vector<Row>& rows() const { return m_rows; }
     std::optional<int> rowOf(const QUuid& id) const;
 
@@ -66,6 +74,8 @@ public:
     QHash<int, QByteArray> roleNames() const override;
 
 private:
+    void updateRow(std::size_t i, Row&& now);
+
     std::vector<Row> m_rows;
 };
 

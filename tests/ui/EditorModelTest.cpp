@@ -37,8 +37,8 @@ protected:
     std::unique_ptr<EditorModel> model;
 };
 
-// A change to one clip tells the view about that bar alone; a new clip resets the list; the bar of a clip
-// being dragged follows the pointer while its record stays.
+// A change to one clip tells the view about that bar alone; a new clip comes in as one row; the bar of a
+// clip being dragged follows the pointer while its record stays.
 TEST_F(EditorModelTest, BarsChangeOneAtATime) {
     TimelineClipModel& bars = model->clipModel();
     ASSERT_EQ(bars.rowCount(), 3);
@@ -55,8 +55,11 @@ TEST_F(EditorModelTest, BarsChangeOneAtATime) {
     edit([](Project&) {});
     EXPECT_EQ(changed.size(), 1) << "nothing moved, nothing to redraw";
 
+    QSignalSpy inserted(&bars, &QAbstractItemModel::rowsInserted);
     edit([&](Project& p) { p.timeline.add(p.makeClip(QStringLiteral("Late"), ProjectTime(1), {})); });
-    EXPECT_EQ(reset.size(), 1);
+    EXPECT_EQ(reset.size(), 0);
+    ASSERT_EQ(inserted.size(), 1);
+    EXPECT_EQ(inserted[0][1].toInt(), 3);
     EXPECT_EQ(bars.rowCount(), 4);
 
     model->clipDragChanged(ids[0].toString(), 50, 0);
@@ -66,6 +69,43 @@ TEST_F(EditorModelTest, BarsChangeOneAtATime) {
     model->clipDragEnded(50, 0);
     EXPECT_FALSE(bars.rows()[0].dragging);
     EXPECT_NEAR(ui.app->currentBundle()->project().timeline.clips[0].timelineStart.seconds, 0.625, 1e-9);
+}
+
+// Only the bars on screen are rows, and the selected one wherever it is: a scroll brings bars in and out
+// one at a time, a zoom touches only those, and an edit that reorders the clips starts the list over.
+TEST_F(EditorModelTest, OnlyBarsOnScreenAreRows) {
+    TimelineClipModel& bars = model->clipModel();
+    const auto shown = [&] {
+        std::vector<QUuid> rows;
+        for (const TimelineClipModel::Row& row : bars.rows())
+            rows.push_back(row.id);
+        return rows;
+    };
+    // Bars 800 points long, 400 apart; the selection starts on the first.
+    model->setPixelsPerSecond(400);
+    model->setViewportWidth(100);
+    EXPECT_EQ(shown(), (std::vector<QUuid>{ids[0]}));
+
+    QSignalSpy reset(&bars, &QAbstractItemModel::modelReset);
+    QSignalSpy inserted(&bars, &QAbstractItemModel::rowsInserted);
+    QSignalSpy removed(&bars, &QAbstractItemModel::rowsRemoved);
+    model->setSelectedClipId(ids[1].toString());
+    EXPECT_EQ(shown(), (std::vector<QUuid>{ids[0], ids[1]})) << "selected, so kept off screen";
+    model->setViewportX(2400);
+    EXPECT_EQ(shown(), (std::vector<QUuid>{ids[1], ids[2]}));
+    EXPECT_EQ(inserted.size(), 2);
+    EXPECT_EQ(removed.size(), 1);
+
+    QSignalSpy changed(&bars, &QAbstractItemModel::dataChanged);
+    model->setPixelsPerSecond(300);
+    EXPECT_EQ(changed.size(), 2) << "the two rows moved; the clip off screen is no row to tell";
+    EXPECT_DOUBLE_EQ(bars.rows()[1].x, 6 * 300.0);
+
+    edit([](Project& p) { std::swap(p.timeline.clips[1], p.timeline.clips[2]); });
+    EXPECT_EQ(reset.size(), 1);
+    EXPECT_EQ(shown(), (std::vector<QUuid>{ids[2], ids[1]}));
+    model->setViewportWidth(0);
+    EXPECT_EQ(bars.rowCount(), 3) << "with no view yet, every bar";
 }
 
 // The selection: the first clip when the screen appears, cleared when its clip goes (by a delete or by an
