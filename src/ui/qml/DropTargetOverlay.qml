@@ -5,7 +5,8 @@ import Orvane.Ui
 // Shown while files are dragged over the editor.
 Rectangle {
     objectName: "editor.dropOverlay"
-    color: Qt.rgba(0.06, 0.07, 0.08, 0.96)
+    // Opaque: the empty state's own words sit where these do and would read through.
+    color: Qt.rgba(0.06, 0.07, 0.08, 1.0)
 
     Rectangle {
         anchors.fill: parent
