@@ -187,7 +187,7 @@ QVariantList EditorModel::rulerTicks() const {
     // A label reaches about a step to the right of its tick; the one just left of the view still shows.
     const bool whole = m_viewportWidth <= 0;
     const double from = whole ? 0 : std::max(m_viewportX - step * pps, 0.0);
-    const double to = whole ? contentWidth() : std::min(m_viewportX + m_viewportWidth, contentWidth());
+    const double to = whole ? contentWidth() : m_viewportX + m_viewportWidth;
     const int first = int(std::ceil(from / pps / step)) * step;
     const int last = int(to / pps);
     ticks.reserve(std::max((last - first) / step + 1, 0));

@@ -72,7 +72,8 @@ Rectangle {
                 Layout.fillHeight: true
                 clip: true
                 boundsBehavior: Flickable.StopAtBounds
-                contentWidth: timeline.model.contentWidth
+                // At least the view, so short projects still show their lanes and ruler to the right edge.
+                contentWidth: Math.max(timeline.model.contentWidth, width)
                 contentHeight: timeline.model.rulerHeight + timeline.model.contentHeight
                 onContentXChanged: timeline.model.viewportX = contentX
                 onWidthChanged: timeline.model.viewportWidth = width
