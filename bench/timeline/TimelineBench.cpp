@@ -8,8 +8,8 @@
 //   shown per second and the longest gap between two, against the window with nothing but a small item
 //   spinning for as long.
 
+#include "../window/PrivateDisplay.h"
 #include "app/AppState.h"
-#include "capture/X11TestSupport.h"
 #include "project/ProjectBundle.h"
 #include "project/RecentProjectsStore.h"
 #include "support/Clock.h"
@@ -120,15 +120,9 @@ Latency latencyToFrame(FrameClock& clock, int rounds, Change change) {
 } // namespace
 
 int main(int argc, char** argv) {
-    QByteArray failure;
-    auto server = test::XvfbServer::start(1920, 1080, &failure);
-    if (!server) {
-        std::fprintf(stderr, "orvane-timeline-bench: no X server: %s\n", failure.constData());
+    const auto server = bench::startPrivateDisplay("orvane-timeline-bench");
+    if (!server)
         return 1;
-    }
-    qputenv("DISPLAY", server->displayName());
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    qputenv("PULSE_SERVER", "unix:/nonexistent");
     QQuickStyle::setStyle(QStringLiteral("Basic"));
     QGuiApplication application(argc, argv);
     chooseGraphicsBackend();

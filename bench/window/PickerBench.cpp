@@ -8,9 +8,9 @@
 // - the longest gap between two shown frames during each, against the longest gap of the same window
 //   spinning with nothing to load (measured right after, in the same run).
 
+#include "PrivateDisplay.h"
 #include "app/AppState.h"
 #include "capture/SourceThumbnailCache.h"
-#include "capture/X11TestSupport.h"
 #include "capture/x11/DemoWindow.h"
 #include "project/RecentProjectsStore.h"
 #include "support/Clock.h"
@@ -150,15 +150,9 @@ void click(QQuickWindow* window, QQuickItem* item) {
 } // namespace
 
 int main(int argc, char** argv) {
-    QByteArray failure;
-    auto server = test::XvfbServer::start(1920, 1080, &failure);
-    if (!server) {
-        std::fprintf(stderr, "orvane-picker-bench: no X server: %s\n", failure.constData());
+    const auto server = bench::startPrivateDisplay("orvane-picker-bench");
+    if (!server)
         return 1;
-    }
-    qputenv("DISPLAY", server->displayName());
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    qputenv("PULSE_SERVER", "unix:/nonexistent");
     QQuickStyle::setStyle(QStringLiteral("Basic"));
     QGuiApplication application(argc, argv);
     chooseGraphicsBackend();
