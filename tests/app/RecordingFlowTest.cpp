@@ -124,7 +124,9 @@ TEST_F(RecordingFlowTest, TwoRecordingsBecomeTwoClipsOneAfterTheOther) {
         EXPECT_TRUE(QFileInfo::exists(m_app.currentBundle()->mediaPath(*clip.sourceCursorPath)));
         const auto probe = probeAsset(m_app.currentBundle()->mediaPath(clip.sourceVideoPath));
         ASSERT_TRUE(probe.has_value());
-        EXPECT_NEAR(probe->duration, clip.sourceOut.seconds, 0.2);
+        // The picture's own length: on a loaded machine the sound tracks may run on a little past it.
+        ASSERT_EQ(probe->videoTracks.size(), 1u);
+        EXPECT_NEAR(probe->videoTracks[0].duration.value_or(probe->duration), clip.sourceOut.seconds, 0.2);
     }
 
     // The clips are on disk once the throttled save is flushed.
