@@ -27,6 +27,8 @@ CommandLine::CommandLine() {
         QStringLiteral("record [--source ID] [--seconds N] [--mic] [--system-audio] [--countdown] [PROJECT]"),
         &runRecordCommand);
     add(QStringLiteral("recover"), QStringLiteral("recover PROJECT"), &runRecoverCommand);
+    add(QStringLiteral("set"), QStringLiteral("set PROJECT [--clip ID] KEY=VALUE... (e.g. frame.cornerRadius=24)"),
+        &runSetCommand);
 }
 
 void CommandLine::add(const QString& name, const QString& synopsis, Command command) {

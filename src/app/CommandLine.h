@@ -51,5 +51,6 @@ int runStillCommand(AppState& app, const QStringList& args);
 int runSourcesCommand(AppState& app, const QStringList& args);
 int runRecordCommand(AppState& app, const QStringList& args);
 int runRecoverCommand(AppState& app, const QStringList& args);
+int runSetCommand(AppState& app, const QStringList& args);
 
 } // namespace orvane
