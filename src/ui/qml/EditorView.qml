@@ -77,10 +77,14 @@ FocusScope {
                     color: Theme.border
                 }
 
-                ClipPanel {
-                    Layout.preferredWidth: 300
+                InspectorView {
+                    id: inspectorView
+                    objectName: "editor.inspector"
+                    Layout.preferredWidth: 320
                     Layout.fillHeight: true
-                    model: editorModel
+                    clipId: editorModel.selectedClipId
+                    playheadTime: editorModel.playheadTime
+                    onScrubRequested: (seconds) => editorModel.playheadTime = seconds
                 }
             }
 
