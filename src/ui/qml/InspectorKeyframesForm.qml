@@ -13,7 +13,7 @@ ColumnLayout {
     Repeater {
         model: form.inspector.form.properties ?? []
         delegate: ColumnLayout {
-            id: property
+            id: propertyRow
             required property var modelData
             Layout.fillWidth: true
             spacing: 2
@@ -21,21 +21,21 @@ ColumnLayout {
             RowLayout {
                 Layout.fillWidth: true
                 ActionButton {
-                    objectName: "inspector.keyframes.expand." + property.modelData.id
+                    objectName: "inspector.keyframes.expand." + propertyRow.modelData.id
                     kind: "plain"
-                    text: (property.modelData.expanded ? "\u25BE " : "\u25B8 ") + property.modelData.name
+                    text: (propertyRow.modelData.expanded ? "\u25BE " : "\u25B8 ") + propertyRow.modelData.name
                     font.pixelSize: Theme.fontCaption
                     leftPadding: Theme.spacingXS
                     rightPadding: Theme.spacingXS
                     Layout.fillWidth: true
-                    Accessible.name: property.modelData.name
-                    onClicked: form.inspector.expandedProperty = property.modelData.id
+                    Accessible.name: propertyRow.modelData.name
+                    onClicked: form.inspector.expandedProperty = propertyRow.modelData.id
                 }
                 MiniCurveView {
-                    samples: property.modelData.curve
+                    samples: propertyRow.modelData.curve
                 }
                 Text {
-                    text: property.modelData.count
+                    text: propertyRow.modelData.count
                     color: Theme.textSecondary
                     font.family: Theme.monoFamily
                     font.pixelSize: Theme.fontCaption
@@ -43,18 +43,18 @@ ColumnLayout {
                     horizontalAlignment: Text.AlignRight
                 }
                 ActionButton {
-                    objectName: "inspector.keyframes.add." + property.modelData.id
+                    objectName: "inspector.keyframes.add." + propertyRow.modelData.id
                     kind: "plain"
                     iconName: "plus.circle.fill"
                     text: ""
-                    Accessible.name: Strings.t("Add keyframe", "Add keyframe") + " " + property.modelData.name
+                    Accessible.name: Strings.t("Add keyframe", "Add keyframe") + " " + propertyRow.modelData.name
                     leftPadding: Theme.spacingXS
                     rightPadding: Theme.spacingXS
-                    onClicked: form.inspector.addKeyframe(property.modelData.id)
+                    onClicked: form.inspector.addKeyframe(propertyRow.modelData.id)
                 }
             }
             Repeater {
-                model: property.modelData.keyframes
+                model: propertyRow.modelData.keyframes
                 delegate: RowLayout {
                     required property var modelData
                     Layout.fillWidth: true
@@ -79,17 +79,17 @@ ColumnLayout {
                         Accessible.name: Strings.t("Delete keyframe", "Delete keyframe")
                         leftPadding: Theme.spacingXS
                         rightPadding: Theme.spacingXS
-                        onClicked: form.inspector.deleteKeyframe(property.modelData.id, modelData.index)
+                        onClicked: form.inspector.deleteKeyframe(propertyRow.modelData.id, modelData.index)
                     }
                 }
             }
             ActionButton {
-                visible: property.modelData.expanded && property.modelData.keyframes.length > 0
+                visible: propertyRow.modelData.expanded && propertyRow.modelData.keyframes.length > 0
                 Layout.leftMargin: Theme.spacingL
                 kind: "plain"
                 text: Strings.t("Remove All", "Remove All")
                 font.pixelSize: Theme.fontCaption
-                onClicked: form.inspector.removeAllKeyframes(property.modelData.id)
+                onClicked: form.inspector.removeAllKeyframes(propertyRow.modelData.id)
             }
         }
     }

@@ -36,7 +36,7 @@ ColumnLayout {
             }
         }
     }
-    Canvas {
+    Item {
         id: ramp
         objectName: "inspector.speed.curve"
         visible: form.points.length > 0
@@ -44,35 +44,47 @@ ColumnLayout {
         Layout.preferredHeight: 72
         Accessible.role: Accessible.Graphic
         Accessible.name: form.points.map(p => p.label).join(", ")
-        onPaint: {
-            const ctx = getContext("2d")
-            ctx.reset()
-            ctx.fillStyle = Theme.canvas
-            ctx.fillRect(0, 0, width, height)
-            const pts = form.points
-            ctx.strokeStyle = Theme.accent
-            ctx.lineWidth = 2
-            ctx.beginPath()
-            for (let i = 0; i < pts.length; ++i) {
-                const x = 6 + (width - 12) * pts[i].x
-                const y = 6 + (height - 12) * (1 - pts[i].y)
-                if (i === 0) ctx.moveTo(x, y); else ctx.lineTo(x, y)
-            }
-            ctx.stroke()
-            ctx.fillStyle = Theme.textPrimary
-            ctx.font = "10px sans-serif"
-            for (let i = 0; i < pts.length; ++i) {
-                const x = 6 + (width - 12) * pts[i].x
-                const y = 6 + (height - 12) * (1 - pts[i].y)
-                ctx.beginPath()
-                ctx.arc(x, y, 3, 0, 2 * Math.PI)
-                ctx.fill()
-                ctx.fillText(pts[i].label, Math.min(x + 4, width - 60), Math.max(y - 4, 10))
+        function at(p) { return Qt.point(6 + (width - 12) * p.x, 6 + (height - 12) * (1 - p.y)) }
+
+        Rectangle {
+            anchors.fill: parent
+            radius: Theme.radiusSmall
+            color: Theme.canvas
+        }
+        Repeater {
+            model: Math.max(form.points.length - 1, 0)
+            delegate: CurveSegment {
+                required property int index
+                from: ramp.at(form.points[index])
+                to: ramp.at(form.points[index + 1])
+                thickness: 2
+                color: Theme.accent
             }
         }
-        Connections {
-            target: form.inspector
-            function onValuesChanged() { ramp.requestPaint() }
+        Repeater {
+            model: form.points
+            delegate: Item {
+                required property var modelData
+                readonly property point spot: ramp.at(modelData)
+                x: spot.x
+                y: spot.y
+                Rectangle {
+                    x: -3
+                    y: -3
+                    width: 6
+                    height: 6
+                    radius: 3
+                    color: Theme.textPrimary
+                }
+                Text {
+                    x: Math.min(4, ramp.width - parent.x - implicitWidth - 2)
+                    y: parent.y > 16 ? -14 : 4
+                    text: modelData.label
+                    color: Theme.textSecondary
+                    font.family: Theme.monoFamily
+                    font.pixelSize: 10
+                }
+            }
         }
     }
 }

@@ -24,10 +24,11 @@ Rectangle {
     }
 
     readonly property var tabGlyphs: ["\u25D0", "\u25A2", "\u27A4", "\u2295", "\u25C9", "\u25D1", "\u21C4",
-        "T", "\u275D", "\u25C7", "\u23F1", "\u25C6", "\u2606", "\u223F"]
+        "T", "\u275D", "\u25C7", "\u25F7", "\u25C6", "\u2606", "\u223F"]
     readonly property var currentTab: inspectorModel.tabs[inspectorModel.selectedTab]
-    // The transition's chips and the ramp sit above their rows; the other forms follow them.
-    readonly property bool formFirst: inspectorModel.selectedTab === 6 || inspectorModel.selectedTab === 10
+    // The transition's chips and the ramp sit above their rows, and the forms of the tabs that have no
+    // rows go first too; the other forms follow their rows.
+    readonly property bool formFirst: [6, 7, 8, 10, 11, 12].includes(inspectorModel.selectedTab)
 
     // With nothing selected.
     ColumnLayout {
@@ -163,9 +164,8 @@ Rectangle {
                 Loader {
                     id: formBefore
                     Layout.fillWidth: true
-                    active: panel.formFirst
-                    visible: active
-                    sourceComponent: panel.formFor(inspectorModel.selectedTab)
+                    Layout.preferredHeight: item ? item.implicitHeight : 0
+                    sourceComponent: panel.formFirst ? panel.formFor(inspectorModel.selectedTab) : null
                 }
                 InspectorControlRows {
                     Layout.fillWidth: true
@@ -174,9 +174,8 @@ Rectangle {
                 Loader {
                     id: formAfter
                     Layout.fillWidth: true
-                    active: !panel.formFirst && panel.formFor(inspectorModel.selectedTab) !== null
-                    visible: active
-                    sourceComponent: panel.formFor(inspectorModel.selectedTab)
+                    Layout.preferredHeight: item ? item.implicitHeight : 0
+                    sourceComponent: panel.formFirst ? null : panel.formFor(inspectorModel.selectedTab)
                 }
                 Item { Layout.preferredHeight: Theme.spacingL }
             }

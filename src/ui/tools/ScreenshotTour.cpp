@@ -7,6 +7,7 @@
 // display it is given (scripts/screenshots starts a private X server with a few windows to pick from).
 
 #include "app/AppState.h"
+#include "app/InspectorControls.h"
 #include "direction/ThumbnailGenerator.h"
 #include "project/RecentProjectsStore.h"
 #include "support/Clock.h"
@@ -14,6 +15,7 @@
 #include "ui/DesktopApplication.h"
 #include "ui/EditorModel.h"
 #include "ui/GraphicsBackend.h"
+#include "ui/InspectorModel.h"
 #include "ui/ItemTree.h"
 #include "ui/RecordingHUDController.h"
 
@@ -188,6 +190,24 @@ private:
     }
 
     // The sample project with music beside it, its first-run tour, an empty project and a drop over it.
+    // Each of the inspector's tabs over the sample's first clip.
+    void shootInspectorTabs(QQuickWindow* window) {
+        EditorModel* editor = editorModel(window);
+        QQuickItem* view = findVisibleItem(window->contentItem(), QStringLiteral("editor.inspector"));
+        auto* inspector = view ? view->findChild<InspectorModel*>() : nullptr;
+        if (!editor || !inspector || !m_app->currentBundle() ||
+            m_app->currentBundle()->project().timeline.clips.empty())
+            return;
+        editor->setSelectedClipId(
+            m_app->currentBundle()->project().timeline.clips.front().id.toString(QUuid::WithoutBraces));
+        for (const InspectorTabInfo& tab : inspectorTabs()) {
+            inspector->setSelectedTab(int(tab.tab));
+            pump(400);
+            shoot(QStringLiteral("inspector-") + QString::fromLatin1(tab.rawValue).toLower(), window);
+        }
+        inspector->setSelectedTab(0);
+    }
+
     void shootEditorSurfaces(QQuickWindow* window) {
         bool opened = false;
         auto opening = [&]() -> QCoro::Task<void> {
@@ -208,6 +228,7 @@ private:
         pump(900);
         waitForClipMedia(window);
         shoot(QStringLiteral("editor-sample"), window);
+        shootInspectorTabs(window);
 
         if (EditorModel* editor = editorModel(window)) {
             m_defaults->setValue(QString::fromLatin1(EditorModel::tutorialCompletedKey), false);
