@@ -180,4 +180,20 @@ FocusScope {
             exportSheet.item.open()
         }
     }
+
+    // The version history sheet (Ctrl+Y), made when first asked for; it reads the saves again each time
+    // it opens.
+    Loader {
+        id: versionHistorySheet
+        active: false
+        sourceComponent: VersionHistoryView {}
+    }
+
+    Connections {
+        target: App
+        function onVersionHistoryRequested() {
+            versionHistorySheet.active = true
+            versionHistorySheet.item.open()
+        }
+    }
 }
