@@ -27,8 +27,10 @@ CommandLine::CommandLine() {
         QStringLiteral("record [--source ID] [--seconds N] [--mic] [--system-audio] [--countdown] [PROJECT]"),
         &runRecordCommand);
     add(QStringLiteral("recover"), QStringLiteral("recover PROJECT"), &runRecoverCommand);
-    add(QStringLiteral("set"), QStringLiteral("set PROJECT [--clip ID] KEY=VALUE... (e.g. frame.cornerRadius=24)"),
-        &runSetCommand);
+    add(QStringLiteral("versions"), QStringLiteral("versions PROJECT"), &runVersionsCommand);
+    add(QStringLiteral("restore"), QStringLiteral("restore PROJECT VERSION"), &runRestoreCommand);
+    add(QStringLiteral("set"),
+        QStringLiteral("set PROJECT [--clip ID] KEY=VALUE... (e.g. frame.cornerRadius=24)"), &runSetCommand);
 }
 
 void CommandLine::add(const QString& name, const QString& synopsis, Command command) {

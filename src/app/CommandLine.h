@@ -51,6 +51,8 @@ int runStillCommand(AppState& app, const QStringList& args);
 int runSourcesCommand(AppState& app, const QStringList& args);
 int runRecordCommand(AppState& app, const QStringList& args);
 int runRecoverCommand(AppState& app, const QStringList& args);
+int runVersionsCommand(AppState& app, const QStringList& args);
+int runRestoreCommand(AppState& app, const QStringList& args);
 int runSetCommand(AppState& app, const QStringList& args);
 
 } // namespace orvane
