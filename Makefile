@@ -34,6 +34,7 @@ bench: build
 	$(BUILD_DIR)/bench/orvane-timeline-bench
 	$(BUILD_DIR)/bench/orvane-preview-bench
 	$(BUILD_DIR)/bench/orvane-media-cache-bench
+	$(BUILD_DIR)/bench/orvane-version-history-bench
 
 # A picture of every surface of the desktop application in docs/screenshots/, on a private X server.
 screenshots: build
