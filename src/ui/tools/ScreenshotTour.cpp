@@ -18,6 +18,7 @@
 #include "ui/InspectorModel.h"
 #include "ui/ItemTree.h"
 #include "ui/RecordingHUDController.h"
+#include "ui/VersionHistoryModel.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -208,6 +209,41 @@ private:
         inspector->setSelectedTab(0);
     }
 
+    // The version history over the sample project after two more edits, the save before the last picked
+    // with its notes and still; the edits are undone afterwards, so the pictures after this one show the
+    // sample as it was.
+    void shootVersionHistory(QQuickWindow* window) {
+        const std::shared_ptr<ProjectBundle> bundle = m_app->currentBundle();
+        if (!bundle || bundle->project().timeline.clips.empty())
+            return;
+        const auto edit = [&](const QString& name, const std::function<void(Project&)>& change) {
+            pump(30);
+            if (m_app->performEdit(name, change))
+                (void)bundle->flushPendingSave();
+        };
+        edit(QStringLiteral("Add Notes"), [](Project& p) {
+            p.notes = QStringLiteral("Tighter intro. Check the zoom on the settings page.");
+        });
+        edit(QStringLiteral("Change Background"), [](Project& p) {
+            p.timeline.clips.front().background =
+                BackgroundStyle::gradient(BackgroundStyle::presetGradients().front().fill);
+        });
+        m_desktop->viewModel().showVersionHistory();
+        pump(500);
+        QObject* sheet = window->findChild<QObject*>(QStringLiteral("versionHistory"));
+        auto* history = sheet ? sheet->property("model").value<VersionHistoryModel*>() : nullptr;
+        if (history && history->count() > 1) {
+            history->setSelectedIndex(1);
+            pumpUntil([&] { return history->hasPreviewImage() || history->hasPreviewError(); }, 10000);
+            pump(400);
+            shoot(QStringLiteral("version-history"), window);
+        }
+        closePopups(window);
+        m_app->undo();
+        m_app->undo();
+        (void)bundle->flushPendingSave();
+    }
+
     void shootEditorSurfaces(QQuickWindow* window) {
         bool opened = false;
         auto opening = [&]() -> QCoro::Task<void> {
@@ -229,6 +265,7 @@ private:
         waitForClipMedia(window);
         shoot(QStringLiteral("editor-sample"), window);
         shootInspectorTabs(window);
+        shootVersionHistory(window);
 
         if (EditorModel* editor = editorModel(window)) {
             m_defaults->setValue(QString::fromLatin1(EditorModel::tutorialCompletedKey), false);
