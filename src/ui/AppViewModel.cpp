@@ -4,8 +4,6 @@
 #include "support/Log.h"
 #include "support/UserDefaults.h"
 
-#include <QDesktopServices>
-#include <QFileInfo>
 #include <QJSEngine>
 #include <QQmlEngine>
 
@@ -316,9 +314,7 @@ QString AppViewModel::exportStatus() const {
 }
 
 void AppViewModel::revealInFileManager(const QString& path) {
-    const QFileInfo info(localPath(path));
-    QDesktopServices::openUrl(
-        QUrl::fromLocalFile(info.isDir() ? info.absoluteFilePath() : info.absolutePath()));
+    m_fileManagerReveal.reveal(localPath(path));
 }
 
 void AppViewModel::showVersionHistory() {

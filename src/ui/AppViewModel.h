@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FileManagerReveal.h"
 #include "app/AppState.h"
 
 #include <QDateTime>
@@ -94,6 +95,8 @@ public:
     static QString statusName(PermissionsState::Status status);
 
     AppState& appState() { return m_app; }
+    // Where "show in the file manager" goes; tests point it at a bus of their own.
+    FileManagerReveal& fileManagerReveal() { return m_fileManagerReveal; }
     RecentProjectsStore& recents() { return m_recents; }
     UserDefaults& defaults() { return m_defaults; }
 
@@ -165,6 +168,7 @@ public:
     Q_INVOKABLE void importFiles(const QList<QUrl>& urls, bool audio);
     // The interim editor's export: the whole project at 1080p H.264 through the queue.
     Q_INVOKABLE void exportProject();
+    // The file manager with the file selected, or the folder when none can select it.
     Q_INVOKABLE void revealInFileManager(const QString& path);
 
     // ---- recording ----------------------------------------------------------------------------------
@@ -230,6 +234,7 @@ private:
     std::optional<AppError> m_presentedError;
     QString m_lastExportPath;
     QMetaObject::Connection m_bundleConnection;
+    FileManagerReveal m_fileManagerReveal;
 };
 
 } // namespace orvane
