@@ -291,8 +291,8 @@ TEST_F(EditorViewTest, ExportRequestOpensTheSheetOnTheEmptyState) {
     ASSERT_NE(ui.waitFor(QStringLiteral("editor.emptyState")), nullptr);
     ui.window()->requestActivate();
     ui.key(Qt::Key_E, Qt::ControlModifier);
-    ASSERT_NE(ui.waitFor(QStringLiteral("exportSheet.export")), nullptr);
-    EXPECT_FALSE(ui.find(QStringLiteral("exportSheet.export"))->isEnabled());
+    ASSERT_NE(ui.waitFor(QStringLiteral("export.exportButton")), nullptr);
+    EXPECT_FALSE(ui.find(QStringLiteral("export.exportButton"))->isEnabled());
 }
 
 // A first visit brings the tour up a moment after the editor shows; Next walks it, the last step's Done

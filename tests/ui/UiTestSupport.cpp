@@ -30,7 +30,8 @@ UiHarness::UiHarness(UiOptions options) {
     defaults->setValue(QString::fromLatin1(EditorModel::tutorialCompletedKey),
                        options.editorTutorialCompleted);
     recents = std::make_unique<RecentProjectsStore>(*defaults);
-    app = std::make_unique<AppState>(AppState::Services{*defaults, *recents, Clock::system()});
+    app = std::make_unique<AppState>(
+        AppState::Services{*defaults, *recents, options.clock ? *options.clock : Clock::system()});
     desktop = std::make_unique<DesktopApplication>(*app, *recents, *defaults,
                                                    DesktopApplication::Options{options.apiPort});
 }

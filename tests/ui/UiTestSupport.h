@@ -33,6 +33,8 @@ struct UiOptions {
     std::optional<quint16> apiPort;
     // The editor's first-run tour covers the screen; only its own tests want it.
     bool editorTutorialCompleted = true;
+    // The application's clock; the system's when none is given. Tests that step timers give their own.
+    Clock* clock = nullptr;
 };
 
 class UiHarness {

@@ -162,12 +162,16 @@ FocusScope {
         exportButton: toolbar.exportButton
     }
 
-    // The export sheet, made when first asked for.
+    // The export sheet, made afresh each time it opens so that it starts from the defaults, and let go
+    // once it has closed.
     Loader {
         id: exportSheet
         active: false
-        sourceComponent: EditorExportSheet {
-            onClosed: editorModel.showingExportSheet = false
+        sourceComponent: ExportSheetView {
+            onClosed: {
+                editorModel.showingExportSheet = false
+                Qt.callLater(() => { if (!editorModel.showingExportSheet) exportSheet.active = false })
+            }
         }
     }
 
@@ -176,6 +180,7 @@ FocusScope {
         function onShowingExportSheetChanged() {
             if (!editorModel.showingExportSheet)
                 return
+            exportSheet.active = false
             exportSheet.active = true
             exportSheet.item.open()
         }
