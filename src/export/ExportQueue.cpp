@@ -264,6 +264,7 @@ void ExportQueueController::scheduleAutoHide() {
 
 void ExportQueueController::togglePin() {
     m_pinned = !m_pinned;
+    Q_EMIT pinnedChanged(m_pinned);
     if (!m_pinned && m_queue && !m_queue->runningJob() && m_queue->pendingCount() < 1)
         scheduleAutoHide();
 }

@@ -138,6 +138,7 @@ public:
 
 Q_SIGNALS:
     void visibilityChanged(bool visible);
+    void pinnedChanged(bool pinned);
 
 private:
     void setVisible(bool visible);

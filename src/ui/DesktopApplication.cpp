@@ -1,5 +1,6 @@
 #include "DesktopApplication.h"
 
+#include "ExportQueuePanelPresenter.h"
 #include "RecordingHUDController.h"
 #include "localapi/AppStateAPIDelegate.h"
 #include "support/Log.h"
@@ -44,8 +45,13 @@ DesktopApplication::~DesktopApplication() {
     m_app.setShowWindowHandler({});
     if (m_window)
         m_window->removeEventFilter(this);
-    // The HUD's window belongs to the engine's components: it goes before the engine.
+    // The HUD's window and the queue's panel belong to the engine's components: they go before the engine.
     m_hud.reset();
+    m_exportQueuePanel.reset();
+}
+
+QQuickWindow* DesktopApplication::exportQueuePanel() const {
+    return m_exportQueuePanel ? m_exportQueuePanel->panel() : nullptr;
 }
 
 bool DesktopApplication::load() {
@@ -60,6 +66,8 @@ bool DesktopApplication::load() {
         return false;
     }
     m_window->installEventFilter(this);
+    // The queue's panel comes up by itself when a job is added, from any door.
+    m_exportQueuePanel = std::make_unique<ExportQueuePanelPresenter>(m_engine, m_app.exportQueueController());
     restoreFrame();
     connect(m_window, &QWindow::xChanged, &m_frameSaveTimer, qOverload<>(&QTimer::start));
     connect(m_window, &QWindow::yChanged, &m_frameSaveTimer, qOverload<>(&QTimer::start));

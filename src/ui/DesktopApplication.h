@@ -13,6 +13,7 @@
 
 namespace orvane {
 
+class ExportQueuePanelPresenter;
 class RecentProjectsStore;
 class RecordingHUDController;
 class UserDefaults;
@@ -42,6 +43,8 @@ public:
     QQuickWindow* mainWindow() const { return m_window; }
     AppViewModel& viewModel() { return m_viewModel; }
     RecordingHUDController& hud() { return *m_hud; }
+    // The export queue's floating panel, once it has been shown.
+    QQuickWindow* exportQueuePanel() const;
 
     // Brings the main window to the front and gives it the focus.
     void showWindow();
@@ -73,6 +76,7 @@ private:
     QQmlApplicationEngine m_engine;
     QPointer<QQuickWindow> m_window;
     std::unique_ptr<RecordingHUDController> m_hud;
+    std::unique_ptr<ExportQueuePanelPresenter> m_exportQueuePanel;
     QTimer m_frameSaveTimer;
     bool m_quitApproved = false;
     bool m_quitPending = false;

@@ -4,7 +4,7 @@ import QtQuick.Layouts
 import Orvane.Ui
 
 // The editor's toolbar, left to right: back to the projects, import, the project's name, ripple edit,
-// Auto-Zoom, the AI tools, Export.
+// Auto-Zoom, the AI tools, the export queue, Export.
 Rectangle {
     id: toolbar
     property EditorModel model
@@ -133,6 +133,8 @@ Rectangle {
                 }
             }
         }
+
+        ExportQueueIndicator {}
 
         ActionButton {
             id: exportButton

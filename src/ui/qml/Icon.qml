@@ -53,7 +53,8 @@ Text {
         "backward.end.fill": "\u21E4",
         "forward.end.fill": "\u21E5",
         "backward.fill": "\u226A",
-        "forward.fill": "\u226B"
+        "forward.fill": "\u226B",
+        "pin": "\u26B2"
     })
 
     text: glyphs[name] !== undefined ? glyphs[name] : ""
