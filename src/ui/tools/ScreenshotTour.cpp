@@ -14,6 +14,7 @@
 #include "support/UserDefaults.h"
 #include "ui/DesktopApplication.h"
 #include "ui/EditorModel.h"
+#include "ui/ExportSheetViewModel.h"
 #include "ui/GraphicsBackend.h"
 #include "ui/InspectorModel.h"
 #include "ui/ItemTree.h"
@@ -244,6 +245,56 @@ private:
         (void)bundle->flushPendingSave();
     }
 
+    // The export sheet as it opens and set for a vertical movie with recomposing; then the queue's panel
+    // with one export finished, one rendering and one waiting, and the editor's toolbar meanwhile. The
+    // jobs are stopped afterwards and the panel sent away.
+    void shootExport(QQuickWindow* window) {
+        const std::shared_ptr<ProjectBundle> bundle = m_app->currentBundle();
+        if (!bundle || bundle->project().timeline.clips.empty())
+            return;
+        m_app->requestExport();
+        pump(700);
+        shoot(QStringLiteral("export-sheet"), window);
+        if (auto* sheet = window->findChild<ExportSheetViewModel*>(QStringLiteral("exportSheetModel"))) {
+            sheet->setPreset(3);
+            sheet->setAutoRecompose(true);
+            pump(400);
+            shoot(QStringLiteral("export-sheet-social"), window);
+        }
+        closePopups(window);
+
+        ExportQueue& queue = m_app->exportQueue();
+        const QString folder = m_dir.filePath(QStringLiteral("Exports"));
+        QDir().mkpath(folder);
+        ExportConfiguration quick;
+        quick.outputPath = QDir(folder).filePath(QStringLiteral("Sample Project (preview).mp4"));
+        quick.preset = ExportConfiguration::Preset::custom(320, 180, 30, 1'000'000);
+        ExportConfiguration full;
+        full.outputPath = QDir(folder).filePath(QStringLiteral("Sample Project.mp4"));
+        ExportConfiguration vertical = full;
+        vertical.outputPath = QDir(folder).filePath(QStringLiteral("Sample Project (vertical).mp4"));
+        vertical.preset = ExportConfiguration::Preset::socialVertical();
+        const QUuid first = queue.enqueue(bundle, quick);
+        const QUuid second = queue.enqueue(bundle, full);
+        queue.enqueue(bundle, vertical);
+        pumpUntil(
+            [&] {
+                const ExportQueue::Job* done = queue.job(first);
+                const ExportQueue::Job* running = queue.job(second);
+                const auto* state =
+                    running ? std::get_if<ExportQueue::JobState::Running>(&running->state.value) : nullptr;
+                return done && done->state.isFinished() && state && state->progress > 0.3;
+            },
+            60000);
+        pump(500);
+        shoot(QStringLiteral("export-queue"), m_desktop->exportQueuePanel());
+        shoot(QStringLiteral("editor-exporting"), window);
+        queue.cancelAll();
+        pumpUntil([&] { return !queue.hasActiveWork(); }, 30000);
+        m_app->exportQueueController().hide(true);
+        pump(500);
+    }
+
     void shootEditorSurfaces(QQuickWindow* window) {
         bool opened = false;
         auto opening = [&]() -> QCoro::Task<void> {
@@ -266,6 +317,7 @@ private:
         shoot(QStringLiteral("editor-sample"), window);
         shootInspectorTabs(window);
         shootVersionHistory(window);
+        shootExport(window);
 
         if (EditorModel* editor = editorModel(window)) {
             m_defaults->setValue(QString::fromLatin1(EditorModel::tutorialCompletedKey), false);
