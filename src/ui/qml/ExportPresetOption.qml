@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import Orvane.Ui
 
-// One preset of the export sheet: a row that reads as a radio button, with its size and rate beside the
+// One preset of the export sheet: a row that reads as a radio button, with its size and rate under the
 // name. Space and Return choose it.
 AbstractButton {
     id: option
@@ -11,7 +11,7 @@ AbstractButton {
 
     focusPolicy: Qt.StrongFocus
     hoverEnabled: true
-    implicitHeight: 40
+    implicitHeight: 48
     Accessible.role: Accessible.RadioButton
     Accessible.name: text
     Accessible.description: detail
@@ -33,28 +33,31 @@ AbstractButton {
             border.width: option.selected ? 5 : 1.5
             border.color: option.selected ? Theme.accent : Theme.borderStrong
         }
-        Text {
+        // The name over its size and rate, so the longer names are never cut short.
+        Column {
             anchors.left: dot.right
             anchors.leftMargin: Theme.spacingM
-            anchors.right: detailText.left
-            anchors.rightMargin: Theme.spacingM
-            anchors.verticalCenter: parent.verticalCenter
-            text: option.text
-            color: Theme.textPrimary
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.fontBody
-            font.weight: option.selected ? Font.DemiBold : Font.Normal
-            elide: Text.ElideRight
-        }
-        Text {
-            id: detailText
             anchors.right: parent.right
             anchors.rightMargin: Theme.spacingM
             anchors.verticalCenter: parent.verticalCenter
-            text: option.detail
-            color: Theme.textTertiary
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.fontCaption
+            spacing: 1
+            Text {
+                width: parent.width
+                text: option.text
+                color: Theme.textPrimary
+                font.family: Theme.fontFamily
+                font.pixelSize: Theme.fontBody
+                font.weight: option.selected ? Font.DemiBold : Font.Normal
+                elide: Text.ElideRight
+            }
+            Text {
+                width: parent.width
+                text: option.detail
+                color: Theme.textTertiary
+                font.family: Theme.fontFamily
+                font.pixelSize: Theme.fontCaption
+                elide: Text.ElideRight
+            }
         }
     }
 
