@@ -263,20 +263,26 @@ private:
         }
         closePopups(window);
 
+        // The sample has music beside its video, which only a whole-project export renders; the queue's
+        // jobs come from one of the single-clip projects of the welcome screen instead.
+        auto single =
+            ProjectBundle::load(m_dir.filePath(QStringLiteral("Projects/Product Tour.orvanescreen")));
+        if (!single)
+            return;
         ExportQueue& queue = m_app->exportQueue();
         const QString folder = m_dir.filePath(QStringLiteral("Exports"));
         QDir().mkpath(folder);
         ExportConfiguration quick;
-        quick.outputPath = QDir(folder).filePath(QStringLiteral("Sample Project (preview).mp4"));
+        quick.outputPath = QDir(folder).filePath(QStringLiteral("Product Tour (preview).mp4"));
         quick.preset = ExportConfiguration::Preset::custom(320, 180, 30, 1'000'000);
         ExportConfiguration full;
-        full.outputPath = QDir(folder).filePath(QStringLiteral("Sample Project.mp4"));
+        full.outputPath = QDir(folder).filePath(QStringLiteral("Product Tour.mp4"));
         ExportConfiguration vertical = full;
-        vertical.outputPath = QDir(folder).filePath(QStringLiteral("Sample Project (vertical).mp4"));
+        vertical.outputPath = QDir(folder).filePath(QStringLiteral("Product Tour (vertical).mp4"));
         vertical.preset = ExportConfiguration::Preset::socialVertical();
-        const QUuid first = queue.enqueue(bundle, quick);
-        const QUuid second = queue.enqueue(bundle, full);
-        queue.enqueue(bundle, vertical);
+        const QUuid first = queue.enqueue(*single, quick);
+        const QUuid second = queue.enqueue(*single, full);
+        queue.enqueue(*single, vertical);
         pumpUntil(
             [&] {
                 const ExportQueue::Job* done = queue.job(first);
