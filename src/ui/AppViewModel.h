@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FileManagerReveal.h"
+#include "PortalSavePanel.h"
 #include "app/AppState.h"
 
 #include <QDateTime>
@@ -97,6 +98,8 @@ public:
     AppState& appState() { return m_app; }
     // Where "show in the file manager" goes; tests point it at a bus of their own.
     FileManagerReveal& fileManagerReveal() { return m_fileManagerReveal; }
+    // The desktop's save panel; tests point it at a bus of their own.
+    PortalSavePanel& savePanel() { return m_savePanel; }
     RecentProjectsStore& recents() { return m_recents; }
     UserDefaults& defaults() { return m_defaults; }
 
@@ -235,6 +238,7 @@ private:
     QString m_lastExportPath;
     QMetaObject::Connection m_bundleConnection;
     FileManagerReveal m_fileManagerReveal;
+    PortalSavePanel m_savePanel;
 };
 
 } // namespace orvane

@@ -1,12 +1,15 @@
 #include "ExportSheetViewModel.h"
 
 #include "AppViewModel.h"
+#include "PortalSavePanel.h"
 #include "Strings.h"
 #include "app/AppState.h"
 #include "app/ApplyAutoRecompose.h"
 #include "export/ExportQueue.h"
 
 #include <QDir>
+#include <QGuiApplication>
+#include <QWindow>
 #include <QStandardPaths>
 
 #include <array>
@@ -66,7 +69,9 @@ void ExportSheetViewModel::setSavePathProvider(SavePathProvider provider) {
 }
 
 ExportSheetViewModel::ExportSheetViewModel(QObject* parent)
-    : ExportSheetViewModel(AppViewModel::current()->appState(), parent) {}
+    : ExportSheetViewModel(AppViewModel::current()->appState(), parent) {
+    m_savePanel = &AppViewModel::current()->savePanel();
+}
 
 ExportSheetViewModel::ExportSheetViewModel(AppState& app, QObject* parent)
     : QObject(parent)
@@ -189,19 +194,20 @@ QUrl ExportSheetViewModel::suggestedFile() const {
     return QUrl::fromLocalFile(QDir(saveFolder().toLocalFile()).filePath(suggestedFileName()));
 }
 
-QString ExportSheetViewModel::fileTypeFilter() const {
+QString ExportSheetViewModel::fileTypeLabel() const {
     switch (m_sheet.format()) {
     case Container::mp4:
-        return Strings::text(QStringLiteral("export.fileType.mp4"), QStringLiteral("MPEG-4 movie")) +
-               QStringLiteral(" (*.mp4)");
+        return Strings::text(QStringLiteral("export.fileType.mp4"), QStringLiteral("MPEG-4 movie"));
     case Container::mov:
-        return Strings::text(QStringLiteral("export.fileType.mov"), QStringLiteral("QuickTime movie")) +
-               QStringLiteral(" (*.mov)");
+        return Strings::text(QStringLiteral("export.fileType.mov"), QStringLiteral("QuickTime movie"));
     case Container::gif:
-        return Strings::text(QStringLiteral("export.fileType.gif"), QStringLiteral("GIF image")) +
-               QStringLiteral(" (*.gif)");
+        return Strings::text(QStringLiteral("export.fileType.gif"), QStringLiteral("GIF image"));
     }
     return {};
+}
+
+QString ExportSheetViewModel::fileTypeFilter() const {
+    return QStringLiteral("%1 (*.%2)").arg(fileTypeLabel(), fileExtension());
 }
 
 QString ExportSheetViewModel::fileExtension() const {
@@ -216,7 +222,32 @@ void ExportSheetViewModel::requestExport() {
             submit(QUrl::fromLocalFile(*path));
         return;
     }
-    Q_EMIT savePanelRequested();
+    if (!m_savePanel) {
+        Q_EMIT savePanelRequested();
+        return;
+    }
+    PortalSavePanel::Request request;
+    request.title = Strings::text(QStringLiteral("export.savePanel.title"), QStringLiteral("Export Movie"));
+    request.suggestedName = suggestedFileName();
+    request.folder = saveFolder().toLocalFile();
+    request.filterLabel = fileTypeLabel();
+    request.filterPattern = QStringLiteral("*.") + fileExtension();
+    request.parent = QGuiApplication::focusWindow();
+    // The sheet may be gone when the answer comes; a Cancel leaves it open as it was.
+    m_savePanel->ask(request, [self = QPointer<ExportSheetViewModel>(this)](PortalSavePanel::Answer answer) {
+        if (!self)
+            return;
+        switch (answer.kind) {
+        case PortalSavePanel::Answer::Kind::chosen:
+            self->submit(QUrl::fromLocalFile(answer.path));
+            break;
+        case PortalSavePanel::Answer::Kind::cancelled:
+            break;
+        case PortalSavePanel::Answer::Kind::unavailable:
+            Q_EMIT self->savePanelRequested();
+            break;
+        }
+    });
 }
 
 void ExportSheetViewModel::submit(const QUrl& file) {

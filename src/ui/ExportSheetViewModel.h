@@ -17,6 +17,7 @@ namespace orvane {
 
 class AppState;
 class ExportQueue;
+class PortalSavePanel;
 
 // The export sheet over the project that was open when it appeared. The sheet makes a new one each time
 // it opens, so nothing chosen survives its dismissal. Choices are indices in the order the lists below
@@ -99,8 +100,8 @@ public:
     QString fileTypeFilter() const;
     QString fileExtension() const;
 
-    // The Export button: asks for the file (the provider, else the view's panel through
-    // savePanelRequested), then submits what comes back.
+    // The Export button: asks for the file (the provider, else the desktop's panel through the portal,
+    // else the view's own through savePanelRequested), then submits what comes back.
     Q_INVOKABLE void requestExport();
     // The panel's answer: queues the export, after recomposing the clips for a social preset when asked,
     // and asks the sheet to go. Does nothing without a project or a path.
@@ -116,7 +117,11 @@ Q_SIGNALS:
 private:
     void changeChoices(const std::function<void(ExportSheetModel&)>& change);
 
+    QString fileTypeLabel() const;
+
     AppState* m_app = nullptr;
+    // None when made without the application's view model: the view's own panel answers then.
+    QPointer<PortalSavePanel> m_savePanel;
     std::shared_ptr<ProjectBundle> m_bundle;
     ExportSheetModel m_sheet;
     QMetaObject::Connection m_projectConnection;

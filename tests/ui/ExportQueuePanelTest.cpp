@@ -1,4 +1,5 @@
 #include "ExportUiTestSupport.h"
+#include "PrivateSessionBus.h"
 #include "export/ExportQueue.h"
 #include "ui/ExportQueueViewModel.h"
 #include "ui/FileManagerReveal.h"
@@ -19,36 +20,6 @@ namespace orvane::test {
 namespace {
 
 using namespace std::chrono_literals;
-
-// A session bus of the test's own, so nothing reaches the desktop the tests run on.
-class PrivateBus {
-public:
-    PrivateBus() {
-        m_daemon.start(
-            QStringLiteral("dbus-daemon"),
-            {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address")});
-        if (!m_daemon.waitForStarted(5000))
-            return;
-        waitUntil([&] { return m_daemon.canReadLine(); }, 5s);
-        address = QString::fromUtf8(m_daemon.readLine()).trimmed();
-    }
-    ~PrivateBus() {
-        for (const QString& name : m_names)
-            QDBusConnection::disconnectFromBus(name);
-        m_daemon.kill();
-        m_daemon.waitForFinished(3000);
-    }
-    QDBusConnection connect(const QString& name) {
-        m_names << name;
-        return QDBusConnection::connectToBus(address, name);
-    }
-
-    QString address;
-
-private:
-    QProcess m_daemon;
-    QStringList m_names;
-};
 
 // Stands in for the desktop's file manager: records what it was asked to show.
 class FakeFileManager : public QObject {

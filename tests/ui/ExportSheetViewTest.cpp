@@ -1,7 +1,14 @@
 #include "ExportUiTestSupport.h"
+#include "PrivateSessionBus.h"
 #include "export/ExportQueue.h"
+#include "ui/AppViewModel.h"
+#include "ui/PortalSavePanel.h"
 
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
 #include <QQmlProperty>
+#include <QTimer>
 
 namespace orvane::test {
 namespace {
@@ -9,6 +16,71 @@ namespace {
 using namespace std::chrono_literals;
 using Container = ExportConfiguration::Container;
 using Codec = ExportConfiguration::Codec;
+
+// Stands in for the desktop's portal: records each SaveFile and answers it on the request object the
+// portal protocol names, a moment later, the way the real one answers once the user has chosen.
+class FakeFileChooser : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.FileChooser")
+public:
+    explicit FakeFileChooser(QDBusConnection connection)
+        : m_connection(std::move(connection)) {}
+
+    struct Asked {
+        QString parentWindow;
+        QString title;
+        QString currentName;
+        QByteArray currentFolder;
+        QString filterPattern;
+    };
+    QList<Asked> asked;
+    // The next answer: 0 with a file, or 1 for Cancel.
+    uint response = 0;
+    QString file;
+
+public Q_SLOTS:
+    QDBusObjectPath SaveFile(const QString& parentWindow, const QString& title, const QVariantMap& options,
+                             const QDBusMessage& message) {
+        Asked a{parentWindow,
+                title,
+                options.value(QStringLiteral("current_name")).toString(),
+                options.value(QStringLiteral("current_folder")).toByteArray(),
+                {}};
+        // current_filter is (sa(us)): the label, then one rule of kind 0 with the glob.
+        const QDBusArgument filter = options.value(QStringLiteral("current_filter")).value<QDBusArgument>();
+        filter.beginStructure();
+        QString label;
+        filter >> label;
+        filter.beginArray();
+        while (!filter.atEnd()) {
+            uint kind = 0;
+            filter.beginStructure();
+            filter >> kind >> a.filterPattern;
+            filter.endStructure();
+        }
+        filter.endArray();
+        filter.endStructure();
+        asked << a;
+
+        QString sender = message.service().mid(1);
+        sender.replace(u'.', u'_');
+        const QString path = QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2")
+                                 .arg(sender, options.value(QStringLiteral("handle_token")).toString());
+        QTimer::singleShot(50, this, [this, path, code = response, chosen = file] {
+            QDBusMessage signal = QDBusMessage::createSignal(
+                path, QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Response"));
+            QVariantMap results;
+            if (code == 0)
+                results.insert(QStringLiteral("uris"), QStringList{QUrl::fromLocalFile(chosen).toString()});
+            signal << code << results;
+            m_connection.send(signal);
+        });
+        return QDBusObjectPath(path);
+    }
+
+private:
+    QDBusConnection m_connection;
+};
 
 // The export sheet on the real window over a project with a real two-second movie: what its controls
 // set, what its summary says, and what Export hands to the queue.
@@ -198,7 +270,8 @@ TEST_F(ExportSheetViewTest, TheSavePanelDecidesWhetherTheSheetSubmits) {
     EXPECT_TRUE(ui.app->exportQueue().jobs().empty());
     EXPECT_EQ(sheet->sheet().preset(), ExportSheetModel::Preset::gif) << "the sheet keeps its state";
 
-    // The toolkit's panel: its choice is what the program acts on.
+    // The toolkit's panel, as where the session has no bus: its choice is what the program acts on.
+    ui.desktop->viewModel().savePanel().setConnection(QDBusConnection(QStringLiteral("no-session-bus")));
     choose(ui, "export.container.mov");
     choose(ui, "export.includeAudio");
     choose(ui, "export.exportButton");
@@ -234,5 +307,65 @@ TEST_F(ExportSheetViewTest, TheSavePanelDecidesWhetherTheSheetSubmits) {
     waitUntil([&] { return !ui.app->exportQueue().hasActiveWork(); }, 30s);
 }
 
+// Where the desktop offers a portal, its panel is the one asked, with the name, folder and file type the
+// sheet suggests; its Cancel leaves the sheet open, its file is what gets exported. Without a portal on
+// the bus the toolkit's own panel comes up instead.
+TEST_F(ExportSheetViewTest, TheDesktopsPanelComesThroughThePortalWhereThereIsOne) {
+    PrivateBus bus;
+    ASSERT_FALSE(bus.address.isEmpty()) << "dbus-daemon did not start";
+    QDBusConnection portalSide = bus.connect(QStringLiteral("fake-portal"));
+    FakeFileChooser portal(portalSide);
+    ASSERT_TRUE(portalSide.registerObject(QString::fromLatin1(PortalSavePanel::objectPath), &portal,
+                                          QDBusConnection::ExportAllSlots));
+    ASSERT_TRUE(portalSide.registerService(QString::fromLatin1(PortalSavePanel::service)));
+
+    UiHarness ui;
+    ASSERT_TRUE(ui.load());
+    ui.desktop->viewModel().savePanel().setConnection(bus.connect(QStringLiteral("sheet-side")));
+    ASSERT_NE(openExportProject(ui, QStringLiteral("Portal Take"), 1), nullptr);
+    ExportSheetViewModel* sheet = openExportSheet(ui);
+    ASSERT_NE(sheet, nullptr);
+    choose(ui, "export.container.mov");
+
+    portal.response = 1;
+    choose(ui, "export.exportButton");
+    ASSERT_TRUE(waitUntil([&] { return portal.asked.size() == 1; }));
+    QTest::qWait(200);
+    EXPECT_TRUE(exportSheetShows(ui)) << "Cancel keeps the sheet";
+    EXPECT_TRUE(ui.app->exportQueue().jobs().empty());
+    const FakeFileChooser::Asked& first = portal.asked.front();
+    EXPECT_EQ(first.title, QStringLiteral("Export Movie"));
+    EXPECT_EQ(first.currentName, QStringLiteral("Portal Take.mov"));
+    EXPECT_EQ(first.filterPattern, QStringLiteral("*.mov"));
+    EXPECT_TRUE(first.currentFolder.endsWith('\0')) << "the portal wants a NUL-terminated path";
+    EXPECT_EQ(first.currentFolder.chopped(1), sheet->saveFolder().toLocalFile().toUtf8());
+    EXPECT_EQ(first.parentWindow, QStringLiteral("x11:") + QString::number(ui.window()->winId(), 16));
+
+    const QString output = ui.dir.filePath(QStringLiteral("from the portal.mov"));
+    portal.response = 0;
+    portal.file = output;
+    choose(ui, "export.exportButton");
+    ASSERT_TRUE(waitUntil([&] { return !exportSheetShows(ui); }));
+    ASSERT_EQ(ui.app->exportQueue().jobs().size(), 1u);
+    EXPECT_EQ(ui.app->exportQueue().jobs().front().configuration.outputPath, output);
+    ui.app->exportQueue().cancelAll();
+    waitUntil([&] { return !ui.app->exportQueue().hasActiveWork(); }, 30s);
+
+    // The portal leaves the bus: the next Export falls back to the toolkit's panel.
+    ASSERT_TRUE(portalSide.unregisterService(QString::fromLatin1(PortalSavePanel::service)));
+    ASSERT_NE(openExportSheet(ui), nullptr);
+    choose(ui, "export.exportButton");
+    QObject* panel = nullptr;
+    EXPECT_TRUE(waitUntil([&] {
+        panel = ui.window()->findChild<QObject*>(QStringLiteral("export.savePanel"));
+        return panel && panel->property("visible").toBool();
+    }));
+    EXPECT_EQ(portal.asked.size(), 2);
+    if (panel)
+        QMetaObject::invokeMethod(panel, "reject");
+}
+
 } // namespace
 } // namespace orvane::test
+
+#include "ExportSheetViewTest.moc"
