@@ -35,6 +35,7 @@ bench: build
 	$(BUILD_DIR)/bench/orvane-preview-bench
 	$(BUILD_DIR)/bench/orvane-media-cache-bench
 	$(BUILD_DIR)/bench/orvane-version-history-bench
+	$(BUILD_DIR)/bench/orvane-inspector-drag-bench
 
 # A picture of every surface of the desktop application in docs/screenshots/, on a private X server.
 screenshots: build
