@@ -6,17 +6,34 @@
 #include "UiTestSupport.h"
 
 #include <QDBusConnection>
+#include <QFile>
 #include <QProcess>
 #include <QStringList>
+#include <QTemporaryDir>
 
 namespace orvane::test {
 
 class PrivateBus {
 public:
     PrivateBus() {
-        m_daemon.start(
-            QStringLiteral("dbus-daemon"),
-            {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address")});
+        // A configuration of its own rather than the system's session one: nothing installed on the
+        // machine (a real portal, a file manager) can be started on this bus by a call that finds no peer.
+        QFile config(m_dir.filePath(QStringLiteral("bus.conf")));
+        if (!m_dir.isValid() || !config.open(QIODevice::WriteOnly))
+            return;
+        config.write(
+            QStringLiteral(
+                "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
+                " \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+                "<busconfig><type>session</type><listen>unix:dir=%1</listen><auth>EXTERNAL</auth>"
+                "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
+                "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n")
+                .arg(m_dir.path())
+                .toUtf8());
+        config.close();
+        m_daemon.start(QStringLiteral("dbus-daemon"),
+                       {QStringLiteral("--config-file=") + config.fileName(), QStringLiteral("--nofork"),
+                        QStringLiteral("--print-address")});
         if (!m_daemon.waitForStarted(5000))
             return;
         waitUntil([&] { return m_daemon.canReadLine(); }, std::chrono::seconds(5));
@@ -36,6 +53,7 @@ public:
     QString address;
 
 private:
+    QTemporaryDir m_dir;
     QProcess m_daemon;
     QStringList m_names;
 };
