@@ -1,5 +1,5 @@
 #include "ExportUiTestSupport.h"
-#include "PrivateSessionBus.h"
+#include "common/PrivateSessionBus.h"
 #include "export/ExportQueue.h"
 #include "ui/ExportQueueViewModel.h"
 #include "ui/FileManagerReveal.h"

@@ -1,5 +1,5 @@
 #include "ExportUiTestSupport.h"
-#include "PrivateSessionBus.h"
+#include "common/PrivateSessionBus.h"
 #include "export/ExportQueue.h"
 #include "ui/AppViewModel.h"
 #include "ui/PortalSavePanel.h"

@@ -3,9 +3,9 @@
 // A D-Bus session bus of the test's own, so nothing reaches the desktop the tests run on, and the peers a
 // test puts on it (a file manager, a portal) answer only that test.
 
-#include "UiTestSupport.h"
-
+#include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QProcess>
 #include <QStringList>
@@ -36,7 +36,9 @@ public:
                         QStringLiteral("--print-address")});
         if (!m_daemon.waitForStarted(5000))
             return;
-        waitUntil([&] { return m_daemon.canReadLine(); }, std::chrono::seconds(5));
+        const QDeadlineTimer deadline(5000);
+        while (!m_daemon.canReadLine() && !deadline.hasExpired())
+            m_daemon.waitForReadyRead(100);
         address = QString::fromUtf8(m_daemon.readLine()).trimmed();
     }
     ~PrivateBus() {
