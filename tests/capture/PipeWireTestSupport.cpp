@@ -110,6 +110,7 @@ struct TestVideoSource::Impl {
     int width = 0;
     int height = 0;
     int fps = 30;
+    bool rgbOrder = false;
     pw_thread_loop* loop = nullptr;
     pw_context* context = nullptr;
     pw_core* core = nullptr;
@@ -184,7 +185,7 @@ struct TestVideoSource::Impl {
 };
 
 std::unique_ptr<TestVideoSource> TestVideoSource::start(int remoteFd, int width, int height, int fps,
-                                                        QString* why) {
+                                                        QString* why, bool rgbOrder) {
     static std::once_flag initialised;
     std::call_once(initialised, [] { pw_init(nullptr, nullptr); });
     auto source = std::make_unique<TestVideoSource>();
@@ -194,6 +195,7 @@ std::unique_ptr<TestVideoSource> TestVideoSource::start(int remoteFd, int width,
     impl.width = width;
     impl.height = height;
     impl.fps = fps;
+    impl.rgbOrder = rgbOrder;
     impl.loop = pw_thread_loop_new("test-video-source", nullptr);
     impl.context = pw_context_new(pw_thread_loop_get_loop(impl.loop), nullptr, 0);
     pw_thread_loop_start(impl.loop);
@@ -223,8 +225,9 @@ std::unique_ptr<TestVideoSource> TestVideoSource::start(int remoteFd, int width,
     const spa_pod* format = static_cast<const spa_pod*>(spa_pod_builder_add_object(
         &b, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
         SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw),
-        SPA_FORMAT_VIDEO_format, SPA_POD_Id(SPA_VIDEO_FORMAT_BGRx), SPA_FORMAT_VIDEO_size,
-        SPA_POD_Rectangle(&size), SPA_FORMAT_VIDEO_framerate, SPA_POD_Fraction(&rate)));
+        SPA_FORMAT_VIDEO_format, SPA_POD_Id(rgbOrder ? SPA_VIDEO_FORMAT_RGBx : SPA_VIDEO_FORMAT_BGRx),
+        SPA_FORMAT_VIDEO_size, SPA_POD_Rectangle(&size), SPA_FORMAT_VIDEO_framerate,
+        SPA_POD_Fraction(&rate)));
     pw_stream_connect(impl.stream, PW_DIRECTION_OUTPUT, PW_ID_ANY,
                       static_cast<pw_stream_flags>(PW_STREAM_FLAG_DRIVER | PW_STREAM_FLAG_MAP_BUFFERS),
                       &format, 1);

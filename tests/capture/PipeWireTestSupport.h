@@ -38,11 +38,13 @@ private:
     QProcess m_wireplumber;
 };
 
-// A video source of `width` x `height` BGRx at `fps` whose every pixel's blue byte is the frame's number
-// modulo 256 and whose green byte is 0x5A, with a cursor at (frame, 2 * frame) in its metadata.
+// A video source of `width` x `height` at `fps`, BGRx (or RGBx when `rgbOrder`), whose every pixel's blue
+// byte (red for RGBx) is the frame's number modulo 256, green 0x5A and the third byte 0, with a cursor at
+// (frame, 2 * frame) in its metadata.
 class TestVideoSource {
 public:
-    static std::unique_ptr<TestVideoSource> start(int remoteFd, int width, int height, int fps, QString* why);
+    static std::unique_ptr<TestVideoSource> start(int remoteFd, int width, int height, int fps, QString* why,
+                                                  bool rgbOrder = false);
     TestVideoSource() = default;
     ~TestVideoSource();
 
