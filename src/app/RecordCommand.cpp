@@ -3,6 +3,7 @@
 #include "AppState.h"
 #include "CommandLine.h"
 #include "InterruptWatcher.h"
+#include "capture/CaptureEnvironment.h"
 
 #include <QCoro/QCoroTask>
 #include <QDir>
@@ -20,7 +21,11 @@ namespace {
 std::optional<QString> discover(AppState& app) {
     QCoro::waitFor(app.refreshPermissions());
     if (app.permissions().screenRecording != PermissionsState::Status::granted)
-        return QStringLiteral("The screen can't be recorded: no X display answers (is DISPLAY set?)");
+        return CaptureEnvironment::fromSystem().session == CaptureEnvironment::Session::wayland
+                   ? QStringLiteral(
+                         "The screen can't be recorded: no screen cast portal answers in this Wayland "
+                         "session (is xdg-desktop-portal with the desktop's backend installed?)")
+                   : QStringLiteral("The screen can't be recorded: no X display answers (is DISPLAY set?)");
     const auto refreshed = QCoro::waitFor(app.refreshSources());
     if (!refreshed)
         return refreshed.error().description;

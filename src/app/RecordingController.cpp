@@ -193,10 +193,23 @@ QCoro::Task<void> RecordingController::beginCapture() {
         log::info("Recording", QStringLiteral("start cancelled while the engine was starting"));
         co_return;
     }
+    watchSourceEnd(engine);
     m_app.setRecordingPhase(RecordingPhase::recording(m_clock.now()));
     if (auto* hud = m_app.recordingHUD())
         hud->show();
     log::info("Recording", QStringLiteral("recording started on source: ") + source.id);
+}
+
+void RecordingController::watchSourceEnd(const std::shared_ptr<CaptureEngine>& engine) {
+    // A window closed or an output unplugged on Wayland: the recording ends as if Stop was pressed, and
+    // keeps everything up to that moment.
+    engine->setSourceEndedHandler([self = QPointer<RecordingController>(this),
+                                   weak = std::weak_ptr<CaptureEngine>(engine)](const QString& reason) {
+        if (!self || self->m_engine != weak.lock() || !self->m_app.recordingPhase().isRecording())
+            return;
+        log::info("Recording", QStringLiteral("source ended, stopping: ") + reason);
+        self->stopCapture();
+    });
 }
 
 void RecordingController::failStart(const QString& message) {
@@ -340,6 +353,9 @@ Clip RecordingController::makeRecordingClip(const Project& project, const Captur
     clip.camera.isEnabled = result.cameraRelativePath.has_value();
     clip.zoomTrack = std::move(zoom);
     clip.audio = AudioConfig{1.0, 1.0, true, true};
+    // The pointer is already in the picture: drawing ours over it would show two.
+    if (result.cursorInPicture)
+        clip.cursor.isVisible = false;
     return clip;
 }
 
@@ -378,6 +394,7 @@ QCoro::Task<void> RecordingController::apiStartCapture(CaptureSource source) {
             fail(started.error().message());
         co_return;
     }
+    watchSourceEnd(engine);
     log::info("API", QStringLiteral("Recording started on source: ") + source.id);
 }
 

@@ -66,6 +66,7 @@ public:
 
 private:
     void failStart(const QString& message);
+    void watchSourceEnd(const std::shared_ptr<CaptureEngine>& engine);
     void dropEngine();
     void playRecordingSound(bool starting);
     void appendRecording(const CaptureResult& result);

@@ -3,12 +3,16 @@
 #include "capture/CameraRecorder.h"
 #include "capture/TelemetryFiles.h"
 #include "capture/TelemetrySession.h"
+#include "capture/wayland/PortalScreenCast.h"
+#include "capture/wayland/RememberedSources.h"
+#include "capture/wayland/StreamCursorTracker.h"
 #include "capture/x11/X11ContentQuery.h"
 #include "media/MediaWriter.h"
 #include "support/Log.h"
 
 #include <QCoro/QCoroFuture>
 #include <QCoro/QCoroTimer>
+#include <QDBusConnection>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -40,9 +44,30 @@ SerialExecutor& discoveryExecutor() {
 
 // How the pixels come off the X server, for the log: a whole display is read through shared memory, a
 // single window from its own off-screen copy.
-QString captureMethod(const CaptureTarget& target) {
+QString captureMethod(const CaptureTarget& target, bool portal) {
+    if (portal)
+        return QStringLiteral("PipeWire screen cast");
     return target.kind == CaptureTarget::Kind::display ? QStringLiteral("XCB SHM capture")
                                                        : QStringLiteral("Composite window capture");
+}
+
+QDBusConnection portalBus(const CaptureEnvironment& environment) {
+    return PortalScreenCast::connectionFor(environment.portalBusAddress);
+}
+
+CaptureEngineError portalFailure(const PortalScreenCast::Error& error) {
+    switch (error.kind) {
+    case PortalScreenCast::Error::Kind::unavailable:
+        return CaptureEngineError::system(
+            QStringLiteral("No screen cast portal answers in this Wayland session (%1). Install the "
+                           "desktop's xdg-desktop-portal backend.")
+                .arg(error.detail));
+    case PortalScreenCast::Error::Kind::cancelled:
+        return CaptureEngineError::of(CaptureEngineError::Kind::permissionDenied);
+    case PortalScreenCast::Error::Kind::failed:
+        break;
+    }
+    return CaptureEngineError::streamFailedToStart(error.detail);
 }
 
 // H.264 in 4:2:0 needs even sides: an odd window loses its last column or row.
@@ -70,12 +95,147 @@ CaptureEngine::~CaptureEngine() {
 
 QCoro::Task<tl::expected<std::vector<CaptureSource>, CaptureEngineError>>
 CaptureEngine::discoverSources(CaptureEnvironment environment) {
+    if (environment.session == CaptureEnvironment::Session::wayland) {
+        auto discovering = discoverPortalSources(std::move(environment));
+        auto sources = co_await discovering;
+        co_return sources;
+    }
     auto asking = discoveryExecutor().submit(
         [display = environment.displayName] { return X11ContentQuery::query(display); });
     const tl::expected<ShareableContent, QString> content = co_await asking;
     if (!content)
         co_return Failure(CaptureEngineError::system(content.error()));
     co_return SourceCatalog::sources(*content, environment.own);
+}
+
+QString CaptureEngine::chooseInDialogTitle() {
+    return QStringLiteral("Choose in the desktop\u2019s dialog\u2026");
+}
+
+QCoro::Task<tl::expected<std::vector<CaptureSource>, CaptureEngineError>>
+CaptureEngine::discoverPortalSources(CaptureEnvironment environment) {
+    PortalScreenCast portal(portalBus(environment));
+    auto asking = portal.capabilities();
+    const auto capabilities = co_await asking;
+    if (!capabilities)
+        co_return Failure(portalFailure(capabilities.error()));
+    const bool embedsCursor =
+        PortalScreenCast::preferredCursorMode(capabilities->cursorModes) != PortalScreenCast::cursorMetadata;
+    std::vector<CaptureSource> sources;
+    const RememberedSources memory(environment.rememberedSourcesPath);
+    for (const RememberedSource& remembered : memory.sources()) {
+        const bool offered = (remembered.kind == CaptureSource::Kind::window ? PortalScreenCast::window
+                                                                             : PortalScreenCast::monitor) &
+                             capabilities->sourceTypes;
+        if (offered)
+            sources.push_back(remembered.asSource());
+    }
+    // The desktop's dialog is where the user picks: the portal lists nothing before it is asked.
+    const QString cursorNote =
+        embedsCursor ? QStringLiteral(" \u00b7 this desktop records the cursor in the picture") : QString();
+    for (const auto& [type, kind, id, what] :
+         {std::tuple{PortalScreenCast::monitor, CaptureSource::Kind::display,
+                     RememberedSources::chooseDisplayID, QStringLiteral("A display")},
+          std::tuple{PortalScreenCast::window, CaptureSource::Kind::window, RememberedSources::chooseWindowID,
+                     QStringLiteral("A window")}}) {
+        if (!(capabilities->sourceTypes & type))
+            continue;
+        CaptureSource source;
+        source.id = QString::fromLatin1(id);
+        source.kind = kind;
+        source.title = chooseInDialogTitle();
+        source.subtitle = what + cursorNote;
+        sources.push_back(std::move(source));
+    }
+    // Displays first, as on X11; the order within each kind stays.
+    std::stable_partition(sources.begin(), sources.end(),
+                          [](const CaptureSource& s) { return s.kind == CaptureSource::Kind::display; });
+    co_return sources;
+}
+
+QCoro::Task<tl::expected<CaptureTarget, CaptureEngineError>>
+CaptureEngine::startPortal(CaptureSource source, CaptureStream::Configuration& configuration) {
+    RememberedSources memory(m_environment.rememberedSourcesPath);
+    const std::optional<RememberedSource> remembered = memory.find(source.id);
+    const bool choosing = source.id == QLatin1String(RememberedSources::chooseDisplayID) ||
+                          source.id == QLatin1String(RememberedSources::chooseWindowID);
+    if (!remembered && !choosing)
+        co_return failure(CaptureEngineError::Kind::sourceNotFound);
+    const CaptureSource::Kind kind = remembered ? remembered->kind : source.kind;
+
+    m_portal = std::make_unique<PortalScreenCast>(portalBus(m_environment));
+    auto asking = m_portal->capabilities();
+    const auto capabilities = co_await asking;
+    if (!capabilities)
+        co_return Failure(portalFailure(capabilities.error()));
+    PortalScreenCast::Options options;
+    options.sourceTypes =
+        kind == CaptureSource::Kind::window ? PortalScreenCast::window : PortalScreenCast::monitor;
+    options.cursorMode = PortalScreenCast::preferredCursorMode(capabilities->cursorModes);
+    if (remembered)
+        options.restoreToken = remembered->restoreToken;
+    auto starting = m_portal->start(options);
+    auto started = co_await starting;
+    if (!started)
+        co_return Failure(portalFailure(started.error()));
+    if (started->streams.empty())
+        co_return Failure(
+            CaptureEngineError::streamFailedToStart(QStringLiteral("The portal started no stream.")));
+    const PortalScreenCast::Stream& stream = started->streams.front();
+    std::optional<QSize> size = stream.size;
+    if (!size && remembered)
+        size = QSize(int(remembered->pixelSize.width), int(remembered->pixelSize.height));
+    if (!size || size->width() < 2 || size->height() < 2)
+        co_return Failure(CaptureEngineError::streamFailedToStart(
+            QStringLiteral("The portal did not say the size of the chosen source.")));
+
+    // A token is good for one start: the portal hands a new one each time, and the old one is spent.
+    RememberedSource kept;
+    kept.id = remembered ? remembered->id
+                         : QString::fromLatin1(RememberedSources::idPrefix) +
+                               QUuid::createUuid().toString(QUuid::WithoutBraces);
+    kept.kind = kind;
+    kept.pixelSize = {double(size->width()), double(size->height())};
+    kept.cursorInPicture = started->cursorMode == PortalScreenCast::cursorEmbedded;
+    kept.lastUsed = QDateTime::fromSecsSinceEpoch(QDateTime::currentSecsSinceEpoch(), Qt::UTC);
+    if (started->restoreToken) {
+        kept.restoreToken = *started->restoreToken;
+        memory.remember(kept);
+    } else if (remembered) {
+        memory.forget(remembered->id);
+    }
+
+    m_cursorInPicture = kept.cursorInPicture;
+    const int width = evenFloor(size->width());
+    const int height = evenFloor(size->height());
+    CaptureTarget target;
+    target.kind = CaptureTarget::Kind::display;
+    target.frameInGlobal = Rect::fromOriginSize({0, 0}, Size{double(width), double(height)});
+    target.pixelSize = {double(width), double(height)};
+    m_pipeWireRemote = started->remote;
+    m_streamCursor = std::make_shared<StreamCursorTracker>(
+        Size{double(size->width()), double(size->height())}, target.pixelSize);
+    CaptureStream::Configuration::PipeWireSource pipeWire;
+    pipeWire.remoteFd = m_pipeWireRemote.fileDescriptor();
+    pipeWire.nodeId = stream.nodeId;
+    pipeWire.onCursor = [cursor = m_streamCursor](const PipeWireStream::Cursor& c, MediaTime time) {
+        cursor->receive(c, time);
+    };
+    pipeWire.onEnded = [this, context = m_mainThreadContext.get()](const QString& reason) {
+        QMetaObject::invokeMethod(
+            context, [this, reason] { noteSourceEnded(reason); }, Qt::QueuedConnection);
+    };
+    configuration.pipeWire = std::move(pipeWire);
+    co_return target;
+}
+
+void CaptureEngine::noteSourceEnded(const QString& reason) {
+    if (m_state != State::running || m_sourceEnded)
+        return;
+    m_sourceEnded = reason;
+    log::warning(tag, QStringLiteral("The recorded source ended: ") + reason);
+    if (m_sourceEndedHandler)
+        m_sourceEndedHandler(reason);
 }
 
 QCoro::Task<tl::expected<CaptureSource, CaptureEngineError>>
@@ -107,27 +267,44 @@ CaptureEngine::start(CaptureSource source, std::shared_ptr<ProjectBundle> bundle
         }
     } backToIdle{this};
 
-    auto asking = m_control.submit([display = m_environment.displayName] {
-        return ServerFacts{X11ContentQuery::query(display), X11ContentQuery::hasXInput2(display)};
-    });
-    const ServerFacts facts = co_await asking;
-    if (!facts.content)
-        co_return Failure(CaptureEngineError::system(facts.content.error()));
-
-    const auto resolved = SourceCatalog::resolve(source, *facts.content);
-    if (!resolved)
-        co_return Failure(resolved.error());
-    CaptureTarget target = *resolved;
+    const bool portal = m_environment.session == CaptureEnvironment::Session::wayland;
+    CaptureStream::Configuration configuration;
+    CaptureTarget target;
+    bool inputTapAvailable = true;
+    m_sourceEnded.reset();
+    m_cursorInPicture = false;
+    if (portal) {
+        auto asking = startPortal(source, configuration);
+        const auto started = co_await asking;
+        if (!started) {
+            dropCaptureObjects();
+            co_return Failure(started.error());
+        }
+        target = *started;
+    } else {
+        auto asking = m_control.submit([display = m_environment.displayName] {
+            return ServerFacts{X11ContentQuery::query(display), X11ContentQuery::hasXInput2(display)};
+        });
+        const ServerFacts facts = co_await asking;
+        if (!facts.content)
+            co_return Failure(CaptureEngineError::system(facts.content.error()));
+        const auto resolved = SourceCatalog::resolve(source, *facts.content);
+        if (!resolved)
+            co_return Failure(resolved.error());
+        target = *resolved;
+        inputTapAvailable = facts.inputTapAvailable;
+    }
     const int width = evenFloor(target.pixelSize.width);
     const int height = evenFloor(target.pixelSize.height);
-    if (width < 2 || height < 2)
+    if (width < 2 || height < 2) {
+        dropCaptureObjects();
         co_return failure(CaptureEngineError::Kind::invalidConfiguration);
+    }
     target.pixelSize = {double(width), double(height)};
     target.frameInGlobal.width = width;
     target.frameInGlobal.height = height;
     m_frameSize = target.pixelSize;
 
-    CaptureStream::Configuration configuration;
     configuration.displayName = m_environment.displayName;
     configuration.pulseServer = m_environment.pulseServer;
     configuration.target = target;
@@ -144,9 +321,11 @@ CaptureEngine::start(CaptureSource source, std::shared_ptr<ProjectBundle> bundle
 
     const ClipMediaPaths paths = bundle->newClipMediaPaths(QUuid::createUuid());
     const QString folder = QFileInfo(paths.videoPath).absolutePath();
-    if (!QDir().mkpath(folder))
+    if (!QDir().mkpath(folder)) {
+        dropCaptureObjects();
         co_return Failure(
             CaptureEngineError::system(QStringLiteral("Cannot create the folder \"%1\".").arg(folder)));
+    }
     m_videoURL = paths.videoPath;
     m_videoRelative = paths.videoRelative;
     m_cursorURL = paths.cursorPath;
@@ -184,16 +363,26 @@ CaptureEngine::start(CaptureSource source, std::shared_ptr<ProjectBundle> bundle
             log::warning(tag, m_warnings.back());
         }
     }
-    if (!started)
+    if (!started) {
+        dropCaptureObjects();
         co_return Failure(CaptureEngineError::streamFailedToStart(started.error()));
+    }
 
-    // X11 asks no one's leave for the input tap; it only needs XInput 2 to be there.
-    m_telemetry = std::make_unique<TelemetrySession>(
-        TelemetrySession::Options{target.frameInGlobal, target.pixelSize, m_environment.displayName,
-                                  facts.inputTapAvailable, paths.telemetryJournalPath});
+    // X11 asks no one's leave for the input tap; it only needs XInput 2 to be there. On Wayland the
+    // input devices decide, when they are opened.
+    TelemetrySession::Options telemetry{target.frameInGlobal, target.pixelSize, m_environment.displayName,
+                                        inputTapAvailable, paths.telemetryJournalPath};
+    telemetry.streamCursor = m_streamCursor;
+    telemetry.inputDeviceDirectory = m_environment.inputDeviceDirectory;
+    m_telemetry = std::make_unique<TelemetrySession>(std::move(telemetry));
     m_journalURL = paths.telemetryJournalPath;
-    log::info(tag, captureMethod(target) + QStringLiteral(" started successfully"));
+    log::info(tag, captureMethod(target, portal) + QStringLiteral(" started successfully"));
     m_telemetry->start();
+    if (!m_telemetry->inputUnavailableReason().isEmpty())
+        m_warnings << m_telemetry->inputUnavailableReason();
+    if (m_cursorInPicture)
+        m_warnings << QStringLiteral(
+            "This desktop draws the cursor into the recording; it is not drawn again.");
     m_startedAt = QDateTime::currentDateTimeUtc();
     m_startedClock = std::chrono::steady_clock::now();
     m_lastStatistics.reset();
@@ -218,6 +407,8 @@ QCoro::Task<tl::expected<CaptureResult, CaptureEngineError>> CaptureEngine::stop
 
     auto stopping = m_control.submit([stream = m_stream] { stream->stopCapture(); });
     co_await stopping;
+    if (m_portal)
+        m_portal->close();
 
     const TelemetryRecording telemetry = m_telemetry->stop();
     m_streamOutput->finishWriting();
@@ -260,6 +451,7 @@ QCoro::Task<tl::expected<CaptureResult, CaptureEngineError>> CaptureEngine::stop
         ProjectTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - m_startedClock).count());
     result.frameSize = m_frameSize;
     result.manualZoomEvents = telemetry.manualZoomEvents;
+    result.cursorInPicture = m_cursorInPicture;
     co_return result;
 }
 
@@ -273,8 +465,15 @@ CaptureEngine::record(CaptureSource source, std::shared_ptr<ProjectBundle> bundl
     const auto started = co_await starting;
     if (!started)
         co_return Failure(started.error());
-    auto recording = QCoro::sleepFor(duration);
-    co_await recording;
+    // Ends early when the source goes away: what was recorded until then is kept.
+    const auto until = std::chrono::steady_clock::now() + duration;
+    while (!engine.sourceEnded() && std::chrono::steady_clock::now() < until) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(until - std::chrono::steady_clock::now());
+        auto waiting =
+            QCoro::sleepFor(std::clamp(left, std::chrono::milliseconds(1), std::chrono::milliseconds(50)));
+        co_await waiting;
+    }
     auto stopping = engine.stop();
     auto result = co_await stopping;
     co_return result;
@@ -335,7 +534,7 @@ CaptureEngine::openAndStart(QString videoPath, CaptureStream::Configuration conf
     log::info(
         tag,
         QStringLiteral("Starting %1 on display %2 (%3x%4)%5...")
-            .arg(captureMethod(configuration.target))
+            .arg(captureMethod(configuration.target, configuration.pipeWire.has_value()))
             .arg(configuration.target.kind == CaptureTarget::Kind::display ? configuration.target.displayID
                                                                            : 0)
             .arg(configuration.width)
@@ -352,7 +551,10 @@ CaptureEngine::openAndStart(QString videoPath, CaptureStream::Configuration conf
             QFile::remove(videoPath);
         });
         co_await cancelling;
-        dropCaptureObjects();
+        // The portal's session stays: a second try without sound reads the same node.
+        m_stream.reset();
+        m_streamOutput.reset();
+        m_writer.reset();
         co_return tl::unexpected(started.error());
     }
     co_return tl::expected<void, QString>{};
@@ -363,6 +565,11 @@ void CaptureEngine::dropCaptureObjects() {
     m_streamOutput.reset();
     m_writer.reset();
     m_telemetry.reset();
+    m_streamCursor.reset();
+    if (m_portal)
+        m_portal->close();
+    m_portal.reset();
+    m_pipeWireRemote = QDBusUnixFileDescriptor();
 }
 
 } // namespace orvane

@@ -11,12 +11,15 @@
 #include "support/SerialExecutor.h"
 
 #include <QCoro/QCoroTask>
+#include <QDBusUnixFileDescriptor>
 #include <QDateTime>
+#include <QObject>
 #include <QStringList>
 
 #include <tl/expected.hpp>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -25,6 +28,8 @@ namespace orvane {
 
 class CameraRecorder;
 class MediaWriter;
+class PortalScreenCast;
+class StreamCursorTracker;
 class TelemetrySession;
 
 // How the engine encodes and how long it waits.
@@ -55,6 +60,12 @@ struct CaptureEngineOptions {
 // and leaves the movie as it stands (playable, being fragmented) and the telemetry in its journal, from
 // which a recovery makes the two files.
 //
+// On Wayland the screen comes from the desktop's portal: the sources are those chosen before (their
+// restore tokens start them without asking) and the entries that open the desktop's dialog; the pointer
+// comes with the frames, and clicks from the input devices. A source that goes away while recording (its
+// window closed, its output unplugged) ends the recording: sourceEnded() says why, the handler given to
+// setSourceEndedHandler hears it on the main thread, and stop() keeps the movie as it stands.
+//
 // When the sound cannot be had (no sound server answers, or it refuses the device) the screen is
 // recorded alone and warnings() says why: a recording without its sound beats no recording.
 class CaptureEngine {
@@ -73,7 +84,8 @@ public:
     CaptureEngine& operator=(const CaptureEngine&) = delete;
 
     // Displays, then windows, then applications, as the picker lists them. No X server is the system's
-    // error, passed on.
+    // error, passed on. On Wayland: the sources chosen before, most recent first, then one entry per kind
+    // the portal offers that opens the desktop's dialog; no portal is the system's error.
     static QCoro::Task<tl::expected<std::vector<CaptureSource>, CaptureEngineError>>
     discoverSources(CaptureEnvironment environment = CaptureEnvironment::fromSystem());
 
@@ -103,10 +115,26 @@ public:
     // sound: <reason>"); cleared by the next start.
     const QStringList& warnings() const { return m_warnings; }
 
+    // Why the source stopped sending while recording; nothing while it sends.
+    const std::optional<QString>& sourceEnded() const { return m_sourceEnded; }
+    void setSourceEndedHandler(std::function<void(const QString&)> handler) {
+        m_sourceEndedHandler = std::move(handler);
+    }
+
+    // The title of the picker's entries that open the desktop's own dialog.
+    static QString chooseInDialogTitle();
+
 private:
     enum class State { idle, starting, running, stopping };
 
     void dropCaptureObjects();
+    static QCoro::Task<tl::expected<std::vector<CaptureSource>, CaptureEngineError>>
+    discoverPortalSources(CaptureEnvironment environment);
+    // Asks the portal for the source (without a dialog when it was chosen before) and fills in what the
+    // stream and the telemetry need.
+    QCoro::Task<tl::expected<CaptureTarget, CaptureEngineError>>
+    startPortal(CaptureSource source, CaptureStream::Configuration& configuration);
+    void noteSourceEnded(const QString& reason);
     // Opens the movie with the sound tracks asked for and starts the stream into it. On failure nothing
     // of it is left: no threads, no file.
     QCoro::Task<tl::expected<void, QString>> openAndStart(QString videoPath,
@@ -127,6 +155,16 @@ private:
     std::unique_ptr<TelemetrySession> m_telemetry;
     std::optional<Statistics> m_lastStatistics;
     QStringList m_warnings;
+
+    // Wayland: the portal's session, its PipeWire remote and the pointer from the stream, while recording.
+    std::unique_ptr<PortalScreenCast> m_portal;
+    QDBusUnixFileDescriptor m_pipeWireRemote;
+    std::shared_ptr<StreamCursorTracker> m_streamCursor;
+    bool m_cursorInPicture = false;
+    std::optional<QString> m_sourceEnded;
+    std::function<void(const QString&)> m_sourceEndedHandler;
+    // Lives on the main thread: calls queued to it from capture threads die with the engine.
+    std::unique_ptr<QObject> m_mainThreadContext = std::make_unique<QObject>();
 
     std::optional<QString> m_videoURL, m_audioURL, m_cursorURL, m_eventsURL, m_cameraURL, m_journalURL;
     std::optional<QString> m_videoRelative, m_audioRelative, m_cursorRelative, m_eventsRelative,

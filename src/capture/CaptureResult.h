@@ -28,6 +28,9 @@ struct CaptureResult {
     ProjectTime duration;
     Size frameSize;
     std::vector<ManualZoomEvent> manualZoomEvents;
+    // The desktop drew the pointer into the movie (Wayland portals without cursor metadata): the clip must
+    // not draw a second one.
+    bool cursorInPicture = false;
 
     bool operator==(const CaptureResult&) const = default;
 };

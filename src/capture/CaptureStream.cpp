@@ -9,10 +9,20 @@ CaptureStream::CaptureStream(Configuration configuration, std::shared_ptr<Stream
     , m_output(std::move(output)) {
     const Configuration& c = m_configuration;
     StreamOutput* sink = m_output.get();
-    m_screen = std::make_unique<X11ScreenCapture>(
-        X11ScreenCapture::Configuration{c.displayName, c.target, c.width, c.height, c.minimumFrameInterval,
-                                        c.queueDepth},
-        [sink](const VideoSample& sample) { sink->handleVideo(sample); });
+    auto deliver = [sink](const VideoSample& sample) {
+        sink->handleVideo(sample);
+    };
+    if (c.pipeWire)
+        m_pipeWireScreen = std::make_unique<PipeWireScreenCapture>(
+            PipeWireScreenCapture::Configuration{c.pipeWire->remoteFd, c.pipeWire->nodeId,
+                                                 c.minimumFrameInterval, c.queueDepth, c.pipeWire->onCursor,
+                                                 c.pipeWire->onEnded},
+            deliver);
+    else
+        m_screen = std::make_unique<X11ScreenCapture>(
+            X11ScreenCapture::Configuration{c.displayName, c.target, c.width, c.height,
+                                            c.minimumFrameInterval, c.queueDepth},
+            deliver);
     if (c.capturesAudio)
         m_systemAudio = std::make_unique<PulseRecorder>(
             PulseRecorder::Device::systemAudio, c.pulseServer, "capture.audio",
@@ -40,7 +50,8 @@ tl::expected<void, QString> CaptureStream::startCapture(std::chrono::millisecond
             return started;
         }
     }
-    if (auto started = m_screen->start(timeout); !started) {
+    auto started = m_screen ? m_screen->start(timeout) : m_pipeWireScreen->start(timeout);
+    if (!started) {
         stopCapture();
         return started;
     }
@@ -48,7 +59,10 @@ tl::expected<void, QString> CaptureStream::startCapture(std::chrono::millisecond
 }
 
 void CaptureStream::stopCapture() {
-    m_screen->stop();
+    if (m_screen)
+        m_screen->stop();
+    if (m_pipeWireScreen)
+        m_pipeWireScreen->stop();
     if (m_systemAudio)
         m_systemAudio->stop();
     if (m_microphone)
@@ -57,7 +71,16 @@ void CaptureStream::stopCapture() {
 
 CaptureStream::Statistics CaptureStream::statistics() const {
     Statistics s;
-    s.screen = m_screen->statistics();
+    if (m_screen) {
+        s.screen = m_screen->statistics();
+    } else {
+        const PipeWireScreenCapture::Statistics p = m_pipeWireScreen->statistics();
+        s.screen.ticks = p.framesReceived;
+        s.screen.framesDelivered = p.framesDelivered;
+        s.screen.framesDropped = p.framesDropped;
+        s.screen.ticksMissed = p.sourceGaps;
+        s.pipeWire = p;
+    }
     if (m_systemAudio)
         s.systemAudio = m_systemAudio->statistics();
     if (m_microphone)

@@ -2,6 +2,7 @@
 
 #include "capture/SourceCatalog.h"
 #include "capture/pulse/PulseRecorder.h"
+#include "capture/wayland/PipeWireScreenCapture.h"
 #include "capture/x11/X11ScreenCapture.h"
 
 #include <QByteArray>
@@ -17,8 +18,9 @@ namespace orvane {
 
 class StreamOutput;
 
-// One recording's stream: the screen, and on request the system's sound and the microphone, each on a
-// thread of its own ("capture.video", "capture.audio", "capture.mic"), all delivering to one StreamOutput.
+// One recording's stream: the screen (from the X server, or on Wayland from the portal's PipeWire node), and
+// on request the system's sound and the microphone, each on a thread of its own ("capture.video",
+// "capture.audio", "capture.mic"), all delivering to one StreamOutput.
 //
 // startCapture and stopCapture are blocking; the engine runs them off the main thread.
 class CaptureStream {
@@ -40,10 +42,21 @@ public:
         // A PulseAudio monitor hears every client alike; this process's own sounds cannot be left out.
         bool excludesCurrentProcessAudio = true;
         bool captureMicrophone = false;
+        // Wayland: the screen comes from this PipeWire node, and `displayName` and `target` are unused.
+        struct PipeWireSource {
+            int remoteFd = -1; // owned by the caller until the stream is gone
+            std::uint32_t nodeId = 0;
+            std::function<void(const PipeWireStream::Cursor&, MediaTime)> onCursor;
+            std::function<void(const QString&)> onEnded;
+        };
+        std::optional<PipeWireSource> pipeWire;
     };
 
     struct Statistics {
+        // On Wayland: ticks are the frames PipeWire handed over, missed ticks the frames the compositor
+        // numbered but never sent.
         X11ScreenCapture::Statistics screen;
+        std::optional<PipeWireScreenCapture::Statistics> pipeWire;
         std::optional<PulseRecorder::Statistics> systemAudio;
         std::optional<PulseRecorder::Statistics> microphone;
     };
@@ -68,6 +81,7 @@ private:
     std::unique_ptr<PulseRecorder> m_systemAudio;
     std::unique_ptr<PulseRecorder> m_microphone;
     std::unique_ptr<X11ScreenCapture> m_screen;
+    std::unique_ptr<PipeWireScreenCapture> m_pipeWireScreen;
 };
 
 } // namespace orvane

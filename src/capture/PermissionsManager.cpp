@@ -1,6 +1,8 @@
 #include "PermissionsManager.h"
 
 #include "capture/pulse/PulseRecorder.h"
+#include "capture/wayland/EvdevInputMonitor.h"
+#include "capture/wayland/PortalScreenCast.h"
 #include "capture/x11/X11ContentQuery.h"
 
 #include <QCoro/QCoroFuture>
@@ -45,12 +47,34 @@ bool PermissionsManager::cameraReadable(const QString& deviceDirectory) {
     return false;
 }
 
+bool PermissionsManager::inputDevicesReadable(const QString& deviceDirectory) {
+    const QStringList devices =
+        QDir(deviceDirectory).entryList({QStringLiteral("event*")}, QDir::System | QDir::Files);
+    for (const QString& name : devices) {
+        const QByteArray path = QFile::encodeName(QDir(deviceDirectory).filePath(name));
+        const int fd = ::open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        if (fd >= 0) {
+            ::close(fd);
+            return true;
+        }
+    }
+    return false;
+}
+
 CapturePermissions PermissionsManager::check(const CaptureEnvironment& environment) {
     CapturePermissions permissions;
-    permissions.screenRecording = status(X11ContentQuery::captureAllowed(environment.displayName));
+    if (environment.session == CaptureEnvironment::Session::wayland) {
+        // The desktop's dialog is the user's consent to each first cast; what we can know beforehand is
+        // whether a portal is there to ask. Clicks need the input devices, which the "input" group opens.
+        permissions.screenRecording = status(PortalScreenCast::answers(
+            PortalScreenCast::connectionFor(environment.portalBusAddress), portalTimeout));
+        permissions.accessibility = status(inputDevicesReadable(environment.inputDeviceDirectory));
+    } else {
+        permissions.screenRecording = status(X11ContentQuery::captureAllowed(environment.displayName));
+        permissions.accessibility = status(X11ContentQuery::hasXInput2(environment.displayName));
+    }
     permissions.camera = status(cameraReadable(environment.videoDeviceDirectory));
     permissions.microphone = status(PulseRecorder::serverAnswers(environment.pulseServer, pulseTimeout));
-    permissions.accessibility = status(X11ContentQuery::hasXInput2(environment.displayName));
     return permissions;
 }
 

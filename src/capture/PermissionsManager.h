@@ -27,8 +27,11 @@ public:
     // The checks themselves, blocking.
     static CapturePermissions check(const CaptureEnvironment& environment);
     static bool cameraReadable(const QString& deviceDirectory);
+    // Wayland's stand-in for the input tap's permission: one input device can be opened for reading.
+    static bool inputDevicesReadable(const QString& deviceDirectory);
 
     static constexpr std::chrono::milliseconds pulseTimeout{2000};
+    static constexpr std::chrono::milliseconds portalTimeout{2000};
 
 private:
     CaptureEnvironment m_environment;

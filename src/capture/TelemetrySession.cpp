@@ -3,6 +3,8 @@
 #include "TelemetryFiles.h"
 #include "TelemetryJournal.h"
 #include "support/Log.h"
+#include "wayland/EvdevInputMonitor.h"
+#include "wayland/StreamCursorTracker.h"
 #include "x11/CursorTracker.h"
 #include "x11/EventMonitor.h"
 #include "x11/ManualZoomHotkey.h"
@@ -21,6 +23,16 @@ constexpr const char* tag = "CaptureEngine";
 TelemetrySession::TelemetrySession(Options options)
     : m_options(std::move(options)) {
     const auto& o = m_options;
+    m_journalTimer.setInterval(journalInterval);
+    QObject::connect(&m_journalTimer, &QTimer::timeout, [this] { writeJournal(false); });
+    if (o.streamCursor) {
+        if (o.inputTapAllowed)
+            m_evdev = std::make_unique<EvdevInputMonitor>(
+                o.inputDeviceDirectory, [cursor = o.streamCursor] { return cursor->lastPosition(); });
+        else
+            m_inputUnavailableReason = EvdevInputMonitor::permissionHelp(o.inputDeviceDirectory);
+        return;
+    }
     if (o.inputTapAllowed) {
         m_mouseTracker =
             std::make_unique<MouseTracker>(o.sourceFrameInGlobal, o.sourceSize, true, o.displayName);
@@ -31,8 +43,6 @@ TelemetrySession::TelemetrySession(Options options)
             std::make_unique<EventMonitor>(o.sourceFrameInGlobal, o.sourceSize, true, o.displayName);
     }
     m_hotkey = std::make_unique<ManualZoomHotkey>(o.sourceFrameInGlobal, o.sourceSize, o.displayName);
-    m_journalTimer.setInterval(journalInterval);
-    QObject::connect(&m_journalTimer, &QTimer::timeout, [this] { writeJournal(false); });
 }
 
 TelemetrySession::~TelemetrySession() = default;
@@ -51,7 +61,17 @@ void TelemetrySession::start() {
             log::warning(tag, QStringLiteral("telemetry journal not written: ") + created.error());
         }
     }
-    if (m_mouseTracker) {
+    if (o.streamCursor) {
+        o.streamCursor->start();
+        if (m_evdev && !m_evdev->start()) {
+            m_inputUnavailableReason = m_evdev->unavailableReason();
+            m_evdev.reset();
+        }
+        if (!m_inputUnavailableReason.isEmpty())
+            log::warning(tag, m_inputUnavailableReason);
+        log::info(tag, QStringLiteral("Cursor from the screen stream%1")
+                           .arg(m_evdev ? QStringLiteral(", input from the devices") : QString()));
+    } else if (m_mouseTracker) {
         if (m_mouseTracker->start()) {
             log::info(tag, QStringLiteral("MouseTracker (XInput2 tap) started successfully"));
         } else {
@@ -70,13 +90,18 @@ void TelemetrySession::start() {
         m_cursorTracker->start();
         m_eventMonitor->start();
     }
-    m_hotkey->start();
+    if (m_hotkey)
+        m_hotkey->start();
 }
 
 void TelemetrySession::writeJournal(bool wait) {
     if (!m_journal)
         return;
-    if (m_mouseTracker) {
+    if (m_options.streamCursor) {
+        m_options.streamCursor->copyToJournal(m_samplesJournaled, *m_journal);
+        if (m_evdev)
+            m_evdev->copyToJournal(m_eventsJournaled, *m_journal);
+    } else if (m_mouseTracker) {
         m_mouseTracker->copyToJournal(m_samplesJournaled, m_eventsJournaled, *m_journal);
     } else {
         if (m_cursorTracker)
@@ -84,9 +109,11 @@ void TelemetrySession::writeJournal(bool wait) {
         if (m_eventMonitor)
             m_eventMonitor->copyToJournal(m_eventsJournaled, *m_journal);
     }
-    const std::vector<ManualZoomEvent>& marks = m_hotkey->events();
-    for (; m_marksJournaled < marks.size(); ++m_marksJournaled)
-        m_journal->append(marks[m_marksJournaled]);
+    if (m_hotkey) {
+        const std::vector<ManualZoomEvent>& marks = m_hotkey->events();
+        for (; m_marksJournaled < marks.size(); ++m_marksJournaled)
+            m_journal->append(marks[m_marksJournaled]);
+    }
     // Between ticks the journal's own thread writes: the collectors never wait for the disk. Either
     // way a failed write shows in error(), the first one that happened.
     if (wait)
@@ -101,7 +128,11 @@ void TelemetrySession::writeJournal(bool wait) {
 
 TelemetryRecording TelemetrySession::stop() {
     TelemetryRecording recording;
-    if (m_mouseTracker) {
+    if (m_options.streamCursor) {
+        recording.cursor = m_options.streamCursor->stop();
+        if (m_evdev)
+            recording.events = m_evdev->stop();
+    } else if (m_mouseTracker) {
         auto tracks = m_mouseTracker->stop();
         recording.cursor = std::move(tracks.cursor);
         recording.events = std::move(tracks.events);
@@ -111,13 +142,16 @@ TelemetryRecording TelemetrySession::stop() {
         if (m_eventMonitor)
             recording.events = m_eventMonitor->stop();
     }
-    recording.manualZoomEvents = m_hotkey->stop();
+    if (m_hotkey)
+        recording.manualZoomEvents = m_hotkey->stop();
     // The journal keeps everything until the two files are written; whoever writes them removes it.
     m_journalTimer.stop();
     writeJournal(true);
     m_journal.reset();
     log::info(tag, QStringLiteral("%1 stopped: %2 cursor samples, %3 events")
-                       .arg(m_mouseTracker ? QStringLiteral("MouseTracker") : QStringLiteral("Trackers"))
+                       .arg(m_mouseTracker           ? QStringLiteral("MouseTracker")
+                            : m_options.streamCursor ? QStringLiteral("Stream cursor")
+                                                     : QStringLiteral("Trackers"))
                        .arg(recording.cursor.samples.size())
                        .arg(recording.events.events.size()));
     return recording;

@@ -20,9 +20,11 @@
 namespace orvane {
 
 class CursorTracker;
+class EvdevInputMonitor;
 class EventMonitor;
 class ManualZoomHotkey;
 class MouseTracker;
+class StreamCursorTracker;
 class TelemetryJournal;
 
 // What the collectors gathered over one recording.
@@ -49,6 +51,10 @@ public:
         // none keeps it in memory only until stop(). The journal stays after stop(): whoever writes the
         // two files from the tracks removes it.
         QString journalPath = {};
+        // Wayland: the pointer as the screen stream shows it. With it, no X server is asked for anything,
+        // and `inputTapAllowed` stands for reading the input devices in `inputDeviceDirectory`.
+        std::shared_ptr<StreamCursorTracker> streamCursor = {};
+        QString inputDeviceDirectory = QStringLiteral("/dev/input");
     };
 
     // Chooses the collectors; none starts before start().
@@ -61,7 +67,9 @@ public:
     // Stops the collectors in order (tap or tracker and monitor, then the hotkey) and returns the tracks.
     TelemetryRecording stop();
     // After start: whether the tap is collecting (false once it fell back).
-    bool usesInputTap() const { return m_mouseTracker != nullptr; }
+    bool usesInputTap() const { return m_mouseTracker != nullptr || m_evdev != nullptr; }
+    // Why the recording has no clicks, in the user's words; empty when it has them.
+    const QString& inputUnavailableReason() const { return m_inputUnavailableReason; }
 
     // The whole root window of a display, which spans every monitor; points are pixels on X11. Nothing
     // when no X server answers.
@@ -87,6 +95,8 @@ private:
     std::unique_ptr<CursorTracker> m_cursorTracker;
     std::unique_ptr<EventMonitor> m_eventMonitor;
     std::unique_ptr<ManualZoomHotkey> m_hotkey;
+    std::unique_ptr<EvdevInputMonitor> m_evdev;
+    QString m_inputUnavailableReason;
     std::unique_ptr<TelemetryJournal> m_journal;
     QTimer m_journalTimer;
     // How much of each collector's arrays the journal already holds.

@@ -43,20 +43,6 @@ double trackToneLevel(const QString& path, int track, double from, double second
     return test::toneLevel(samples.data(), samples.size() / 2, frequency);
 }
 
-std::optional<std::int64_t> countedFrames(const QString& path) {
-    QProcess probe;
-    probe.start(QStringLiteral("ffprobe"),
-                {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-count_frames"),
-                 QStringLiteral("-select_streams"), QStringLiteral("v:0"), QStringLiteral("-show_entries"),
-                 QStringLiteral("stream=nb_read_frames"), QStringLiteral("-of"), QStringLiteral("csv=p=0"),
-                 path});
-    if (!probe.waitForFinished(30000) || probe.exitCode() != 0)
-        return std::nullopt;
-    bool ok = false;
-    const qint64 n = QString::fromUtf8(probe.readAllStandardOutput()).trimmed().toLongLong(&ok);
-    return ok ? std::optional<std::int64_t>(n) : std::nullopt;
-}
-
 // Waits until `device` is heard playing something. An idle null sink sleeps for up to two seconds before it
 // notices a new listener; a real device answers at once.
 bool waitForSound(const QByteArray& server, PulseRecorder::Device device) {
@@ -203,7 +189,7 @@ TEST_F(CaptureEngineTest, RecordsADisplayWithBothSoundsAndTheClicks) {
 
     // 60 frames a second, within 5 %, and every frame the engine appended is in the file.
     const double videoSeconds = info->videoTracks[0].duration.value_or(info->duration);
-    const auto frames = countedFrames(r.videoURL);
+    const auto frames = test::countedFrames(r.videoURL);
     ASSERT_TRUE(frames);
     EXPECT_NEAR(double(*frames) / videoSeconds, 60.0, 3.0);
     EXPECT_EQ(*frames, engine.statistics().output.framesAppended);

@@ -8,6 +8,7 @@
 #include "capture/CaptureEnvironment.h"
 
 #include <QCoro/QCoroTask>
+#include <QProcess>
 #include <QtGlobal>
 
 #include <gtest/gtest.h>
@@ -29,6 +30,21 @@ std::optional<T> awaitTask(QCoro::Task<T> task,
     if (!processEventsUntil([&] { return result->has_value(); }, timeout))
         ADD_FAILURE() << "the task did not finish in time";
     return *result;
+}
+
+// The frames a movie's first video track holds, as FFmpeg's own probe counts them by decoding.
+inline std::optional<std::int64_t> countedFrames(const QString& path) {
+    QProcess probe;
+    probe.start(QStringLiteral("ffprobe"),
+                {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-count_frames"),
+                 QStringLiteral("-select_streams"), QStringLiteral("v:0"), QStringLiteral("-show_entries"),
+                 QStringLiteral("stream=nb_read_frames"), QStringLiteral("-of"), QStringLiteral("csv=p=0"),
+                 path});
+    if (!probe.waitForFinished(30000) || probe.exitCode() != 0)
+        return std::nullopt;
+    bool ok = false;
+    const qint64 n = QString::fromUtf8(probe.readAllStandardOutput()).trimmed().toLongLong(&ok);
+    return ok ? std::optional<std::int64_t>(n) : std::nullopt;
 }
 
 // An X server and a sound server for one suite. Tests call `require()` first; it skips them when either

@@ -4,174 +4,27 @@
 // session tests.
 #include "capture/wayland/PortalScreenCast.h"
 
+#include "FakeScreenCastPortal.h"
 #include "common/PrivateSessionBus.h"
 
 #include <QCoro/QCoroTask>
 #include <QCoro/QCoroTimer>
-#include <QDBusArgument>
-#include <QDBusMessage>
-#include <QDBusMetaType>
-#include <QDBusObjectPath>
-#include <QDBusUnixFileDescriptor>
-#include <QFile>
-#include <QTimer>
 
 #include <gtest/gtest.h>
 
 namespace orvane::test {
-
-struct FakeSize {
-    int width = 0;
-    int height = 0;
-};
-struct FakeStream {
-    uint node = 0;
-    QVariantMap properties;
-};
-
-QDBusArgument& operator<<(QDBusArgument& out, const FakeSize& size) {
-    out.beginStructure();
-    out << size.width << size.height;
-    out.endStructure();
-    return out;
-}
-const QDBusArgument& operator>>(const QDBusArgument& in, FakeSize& size) {
-    in.beginStructure();
-    in >> size.width >> size.height;
-    in.endStructure();
-    return in;
-}
-QDBusArgument& operator<<(QDBusArgument& out, const FakeStream& stream) {
-    out.beginStructure();
-    out << stream.node << stream.properties;
-    out.endStructure();
-    return out;
-}
-const QDBusArgument& operator>>(const QDBusArgument& in, FakeStream& stream) {
-    in.beginStructure();
-    in >> stream.node >> stream.properties;
-    in.endStructure();
-    return in;
-}
-
-} // namespace orvane::test
-
-Q_DECLARE_METATYPE(orvane::test::FakeSize)
-Q_DECLARE_METATYPE(orvane::test::FakeStream)
-
-namespace orvane::test {
 namespace {
-
-// The session object the fake portal makes; records its Close.
-class FakeSession : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Session")
-public:
-    int closed = 0;
-public Q_SLOTS:
-    void Close() { ++closed; }
-};
-
-// A ScreenCast portal as the desktop's would answer: every request is answered a moment later on the
-// Request object named by the caller's token. `startResponse` decides how the dialog ends.
-class FakeScreenCast : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.ScreenCast")
-    Q_PROPERTY(uint version READ version)
-    Q_PROPERTY(uint AvailableSourceTypes READ sourceTypes)
-    Q_PROPERTY(uint AvailableCursorModes READ cursorModes)
-public:
-    explicit FakeScreenCast(QDBusConnection connection)
-        : m_connection(std::move(connection)) {}
-
-    uint version() const { return 4; }
-    uint sourceTypes() const { return 3; }
-    uint cursorModes() const { return 7; }
-
-    uint startResponse = 0;
-    QString nextRestoreToken = QStringLiteral("restore-1");
-    QList<QVariantMap> selectOptions;
-    QStringList parentWindows;
-    FakeSession session;
-    QString sessionPath;
-
-public Q_SLOTS:
-    QDBusObjectPath CreateSession(const QVariantMap& options, const QDBusMessage& message) {
-        sessionPath =
-            QStringLiteral("/org/freedesktop/portal/desktop/session/%1/%2")
-                .arg(sender(message), options.value(QStringLiteral("session_handle_token")).toString());
-        m_connection.registerObject(sessionPath, &session, QDBusConnection::ExportAllSlots);
-        return answer(message, options, 0, {{QStringLiteral("session_handle"), sessionPath}});
-    }
-    QDBusObjectPath SelectSources(const QDBusObjectPath& handle, const QVariantMap& options,
-                                  const QDBusMessage& message) {
-        EXPECT_EQ(handle.path(), sessionPath);
-        selectOptions << options;
-        return answer(message, options, 0, {});
-    }
-    QDBusObjectPath Start(const QDBusObjectPath& handle, const QString& parentWindow,
-                          const QVariantMap& options, const QDBusMessage& message) {
-        EXPECT_EQ(handle.path(), sessionPath);
-        parentWindows << parentWindow;
-        QVariantMap results;
-        if (startResponse == 0) {
-            const FakeStream stream{42,
-                                    {{QStringLiteral("size"), QVariant::fromValue(FakeSize{1920, 1080})},
-                                     {QStringLiteral("source_type"), uint(1)}}};
-            results.insert(QStringLiteral("streams"), QVariant::fromValue(QList<FakeStream>{stream}));
-            results.insert(QStringLiteral("restore_token"), nextRestoreToken);
-        }
-        return answer(message, options, startResponse, results);
-    }
-    QDBusUnixFileDescriptor OpenPipeWireRemote(const QDBusObjectPath& handle, const QVariantMap&) {
-        EXPECT_EQ(handle.path(), sessionPath);
-        QFile null(QStringLiteral("/dev/null"));
-        if (!null.open(QIODevice::ReadOnly))
-            return {};
-        return QDBusUnixFileDescriptor(null.handle());
-    }
-
-private:
-    static QString sender(const QDBusMessage& message) {
-        QString name = message.service().mid(1);
-        return name.replace(u'.', u'_');
-    }
-    QDBusObjectPath answer(const QDBusMessage& message, const QVariantMap& options, uint response,
-                           QVariantMap results) {
-        const QString path =
-            QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2")
-                .arg(sender(message), options.value(QStringLiteral("handle_token")).toString());
-        QTimer::singleShot(20, this, [this, path, response, results] {
-            QDBusMessage signal = QDBusMessage::createSignal(
-                path, QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Response"));
-            signal << response << results;
-            m_connection.send(signal);
-        });
-        return QDBusObjectPath(path);
-    }
-
-    QDBusConnection m_connection;
-};
 
 class PortalScreenCastTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        qDBusRegisterMetaType<FakeSize>();
-        qDBusRegisterMetaType<FakeStream>();
-        qDBusRegisterMetaType<QList<FakeStream>>();
         if (bus.address.isEmpty())
             GTEST_SKIP() << "dbus-daemon did not start";
     }
 
     // Puts the fake portal on the bus.
     std::unique_ptr<FakeScreenCast> startPortal() {
-        QDBusConnection side = bus.connect(QStringLiteral("portal-side"));
-        auto portal = std::make_unique<FakeScreenCast>(side);
-        EXPECT_TRUE(
-            side.registerObject(QString::fromLatin1(PortalScreenCast::objectPath), portal.get(),
-                                QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties));
-        EXPECT_TRUE(side.registerService(QString::fromLatin1(PortalScreenCast::service)));
-        return portal;
+        return FakeScreenCast::publish(bus.connect(QStringLiteral("portal-side")));
     }
 
     PrivateBus bus;
@@ -277,5 +130,3 @@ TEST_F(PortalScreenCastTest, WithoutAPortalItIsUnavailable) {
 
 } // namespace
 } // namespace orvane::test
-
-#include "PortalScreenCastTest.moc"

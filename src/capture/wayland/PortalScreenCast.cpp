@@ -104,6 +104,23 @@ PortalScreenCast::capabilities() {
     co_return caps;
 }
 
+QDBusConnection PortalScreenCast::connectionFor(const QString& address) {
+    if (address.isEmpty())
+        return QDBusConnection::sessionBus();
+    return QDBusConnection::connectToBus(address, QStringLiteral("orvane-portal-") + address);
+}
+
+bool PortalScreenCast::answers(QDBusConnection connection, std::chrono::milliseconds timeout) {
+    if (!connection.isConnected())
+        return false;
+    QDBusMessage get =
+        QDBusMessage::createMethodCall(QString::fromLatin1(service), QString::fromLatin1(objectPath),
+                                       propertiesInterface, QStringLiteral("Get"));
+    get << QString::fromLatin1(interface) << QStringLiteral("version");
+    const QDBusMessage reply = connection.call(get, QDBus::Block, int(timeout.count()));
+    return reply.type() == QDBusMessage::ReplyMessage;
+}
+
 QCoro::Task<tl::expected<QVariantMap, PortalScreenCast::Error>>
 PortalScreenCast::request(QDBusMessage call, QString token, std::chrono::milliseconds timeout) {
     PortalRequest request(m_connection);

@@ -93,6 +93,10 @@ public:
     // The cursor mode to ask for: metadata where offered (the movie then has no cursor in it), else the
     // cursor drawn into the picture, else none.
     static uint preferredCursorMode(uint available);
+    // The bus at `address`, or the session bus when it is empty.
+    static QDBusConnection connectionFor(const QString& address);
+    // Whether a ScreenCast portal answers on `connection`, asked and waited for: for worker threads only.
+    static bool answers(QDBusConnection connection, std::chrono::milliseconds timeout);
     // The "streams" result, a(ua{sv}), as records.
     static std::vector<Stream> decodeStreams(const QVariant& streams);
 
