@@ -3,7 +3,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 JOBS ?= 2
 
-.PHONY: all deps configure build test demo bench fuzz package screenshots format clean
+.PHONY: all deps configure build test demo demo-wayland bench fuzz package screenshots format clean
 
 all: build
 
@@ -22,6 +22,10 @@ test: build
 demo: build
 	scripts/demo
 
+# The same demo recorded in a headless Wayland session through the desktop portal.
+demo-wayland: build
+	scripts/demo-wayland
+
 # Each program prints its figures against a baseline measured in the same run. The capture benchmark
 # takes a few minutes (its drift run is two minutes; pass --long-seconds 600 for ten).
 bench: build
@@ -29,6 +33,7 @@ bench: build
 	$(BUILD_DIR)/bench/orvane-telemetry-bench
 	$(BUILD_DIR)/bench/orvane-http-bench
 	$(BUILD_DIR)/bench/orvane-capture-bench
+	$(BUILD_DIR)/bench/orvane-wayland-capture-bench
 	$(BUILD_DIR)/bench/orvane-startup-bench
 	$(BUILD_DIR)/bench/orvane-picker-bench
 	$(BUILD_DIR)/bench/orvane-timeline-bench

@@ -10,7 +10,6 @@
 #include <QStandardPaths>
 #include <QThread>
 
-#include <pwd.h>
 #include <signal.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -18,48 +17,6 @@
 #include <cstdio>
 
 namespace orvane::test {
-
-namespace {
-
-bool writeFile(const QString& path, const QByteArray& text) {
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
-}
-
-bool chownTree(const QString& path, uid_t uid, gid_t gid) {
-    if (::chown(QFile::encodeName(path).constData(), uid, gid) != 0)
-        return false;
-    const QFileInfo info(path);
-    if (!info.isDir() || info.isSymLink())
-        return true;
-    for (const QFileInfo& child :
-         QDir(path).entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden))
-        if (!chownTree(child.filePath(), uid, gid))
-            return false;
-    return true;
-}
-
-// The session's user, made once per machine.
-const passwd* sessionUser(QString* why) {
-    if (const passwd* user = ::getpwnam(WaylandSession::userName))
-        return user;
-    if (::geteuid() != 0) {
-        *why = QStringLiteral("no user %1, and only root can make one")
-                   .arg(QString::fromLatin1(WaylandSession::userName));
-        return nullptr;
-    }
-    QProcess::execute(QStringLiteral("useradd"),
-                      {QStringLiteral("-M"), QStringLiteral("-s"), QStringLiteral("/usr/sbin/nologin"),
-                       QString::fromLatin1(WaylandSession::userName)});
-    const passwd* user = ::getpwnam(WaylandSession::userName);
-    if (!user)
-        *why =
-            QStringLiteral("could not make the user %1").arg(QString::fromLatin1(WaylandSession::userName));
-    return user;
-}
-
-} // namespace
 
 std::unique_ptr<WaylandSession> WaylandSession::start(QString* why) {
     const QStringList tools{QStringLiteral("sway"),        QStringLiteral("swaymsg"),
@@ -80,78 +37,26 @@ std::unique_ptr<WaylandSession> WaylandSession::start(QString* why) {
             return nullptr;
         }
     }
-    const passwd* user = sessionUser(why);
-    if (!user)
+    if (::geteuid() != 0) {
+        *why = QStringLiteral("the session's compositor runs as a user of its own, which only root can use");
         return nullptr;
-
+    }
+    const QString script = QStringLiteral(ORVANE_WAYLAND_SESSION_SCRIPT);
+    if (!QFile::exists(script)) {
+        *why = script + QStringLiteral(" is missing");
+        return nullptr;
+    }
     auto session = std::make_unique<WaylandSession>();
     QTemporaryDir& dir = session->m_dir;
     if (!dir.isValid()) {
         *why = QStringLiteral("no folder for the session");
         return nullptr;
     }
-    const QString run = dir.filePath(QStringLiteral("run"));
-    QDir().mkpath(run);
-    const bool written =
-        writeFile(dir.filePath(QStringLiteral("config/sway/config")),
-                  "output HEADLESS-1 resolution 1920x1080\n") &&
-        writeFile(dir.filePath(QStringLiteral("config/xdg-desktop-portal-wlr/config")),
-                  "[screencast]\nchooser_type=none\noutput_name=HEADLESS-1\n") &&
-        // The system's service folders, so the portal's helpers start on demand; any user may connect,
-        // so the test (root) reaches it.
-        writeFile(dir.filePath(QStringLiteral("bus.conf")),
-                  QStringLiteral(
-                      "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
-                      " \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-                      "<busconfig><type>session</type><listen>unix:path=%1/bus</listen>"
-                      "<auth>EXTERNAL</auth><standard_session_servicedirs/>"
-                      "<policy context=\"default\"><allow user=\"*\"/><allow send_destination=\"*\" "
-                      "eavesdrop=\"true\"/><allow eavesdrop=\"true\"/><allow own=\"*\"/></policy>"
-                      "</busconfig>\n")
-                      .arg(run)
-                      .toUtf8()) &&
-        writeFile(dir.filePath(QStringLiteral("session.sh")),
-                  QStringLiteral(R"sh(#!/bin/sh
-# One headless desktop; every process of it stays in this script's process group. Only sway runs as the
-# session's user (it refuses root); the portal runs as the user that calls it, or it cannot look at its
-# caller, and the tests run as root.
-export XDG_RUNTIME_DIR=%1/run XDG_CONFIG_HOME=%1/config HOME=%1 XDG_CURRENT_DESKTOP=sway
-export DBUS_SESSION_BUS_ADDRESS=unix:path=%1/run/bus
-unset DISPLAY WAYLAND_DISPLAY
-dbus-daemon --config-file=%1/bus.conf --nofork > %1/dbus.log 2>&1 &
-i=0; while [ ! -S %1/run/bus ] && [ $i -lt 100 ]; do sleep 0.05; i=$((i+1)); done
-runuser -u %2 -- env XDG_RUNTIME_DIR=%1/sway WLR_BACKENDS=headless WLR_LIBINPUT_NO_DEVICES=1 \
-    WLR_RENDERER=pixman sway -c %1/config/sway/config > %1/sway.log 2>&1 &
-i=0; while [ -z "$(ls %1/sway | grep '^wayland-[0-9]*$')" ] && [ $i -lt 100 ]; do sleep 0.05; i=$((i+1)); done
-export WAYLAND_DISPLAY=%1/sway/$(ls %1/sway | grep '^wayland-[0-9]*$' | head -n 1)
-echo "$WAYLAND_DISPLAY" > %1/wayland-display
-# Whatever the bus starts on demand (the portal's backends) must find the desktop too.
-dbus-update-activation-environment WAYLAND_DISPLAY XDG_CURRENT_DESKTOP XDG_RUNTIME_DIR XDG_CONFIG_HOME
-pipewire > %1/pipewire.log 2>&1 &
-i=0; while [ ! -S %1/run/pipewire-0 ] && [ $i -lt 100 ]; do sleep 0.05; i=$((i+1)); done
-wireplumber > %1/wireplumber.log 2>&1 &
-/usr/libexec/xdg-desktop-portal-wlr -l DEBUG > %1/portal-wlr.log 2>&1 &
-/usr/libexec/xdg-desktop-portal > %1/portal.log 2>&1 &
-touch %1/ready
-wait
-)sh")
-                      .arg(dir.path(), QString::fromLatin1(userName))
-                      .toUtf8());
-    // sway's own runtime folder is the user's; it reaches its configuration through the session's folder.
-    const QString swayRun = dir.filePath(QStringLiteral("sway"));
-    QDir().mkpath(swayRun);
-    const auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
-    if (!written || !chownTree(swayRun, user->pw_uid, user->pw_gid) ||
-        !QFile::setPermissions(swayRun, ownerOnly) || !QFile::setPermissions(run, ownerOnly) ||
-        !QFile::setPermissions(dir.path(), ownerOnly | QFile::ExeOther | QFile::ExeGroup)) {
-        *why = QStringLiteral("could not prepare the session's folder");
-        return nullptr;
-    }
 
     // setsid makes the script lead a process group of its own, so teardown reaches every piece.
     session->m_session.setProcessChannelMode(QProcess::ForwardedChannels);
     session->m_session.start(QStringLiteral("setsid"),
-                             {QStringLiteral("sh"), dir.filePath(QStringLiteral("session.sh"))});
+                             {QStringLiteral("sh"), script, dir.path(), QString::fromLatin1(userName)});
     if (!session->m_session.waitForStarted(5000)) {
         *why = QStringLiteral("the session did not start");
         return nullptr;

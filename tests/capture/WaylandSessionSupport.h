@@ -1,10 +1,10 @@
 #pragma once
 
-// A whole headless Wayland desktop for one test: sway on its headless backend with one 1920x1080 output,
-// PipeWire and WirePlumber, and the desktop portal with its wlroots backend set to cast that output
-// without asking, all on a D-Bus bus of their own. sway refuses to run as root, so everything runs as an
-// unprivileged user made for the tests; the test process (root) reaches the bus, PipeWire and the
-// Wayland socket from outside.
+// A whole headless Wayland desktop for one test, as scripts/wayland-session makes it: sway on its headless
+// backend with one 1920x1080 output (and Xwayland), PipeWire and WirePlumber, and the desktop portal with
+// its wlroots backend set to cast that output without asking, all on a D-Bus bus of their own. sway
+// refuses to run as root, so it runs as an unprivileged user made for the tests; the test process (root)
+// reaches the bus, PipeWire and the Wayland socket from outside.
 
 #include <QProcess>
 #include <QString>
